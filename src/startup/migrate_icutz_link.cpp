@@ -1,0 +1,29 @@
+// Tested by tests/scenarios/migration.scn.
+#include "startup/migrate_icutz_link.h"
+
+#include <err.h>  // warn
+
+#include "fs/operations.h"
+
+namespace {
+constexpr char legacy_link[] = "/var/db/icutz";
+constexpr char icutz_link[] = "/var/db/timezone/icutz";
+}  // namespace
+
+void migrate_icutz_link() {
+  if (fs::exists(legacy_link) && !fs::exists(icutz_link)) {
+    try {
+      fs::create_symlink(fs::read_symlink(legacy_link), icutz_link);
+    } catch (...) {  // the fs:: operation has written its own line
+      warn("Could not migrate /var/db/icutz to /var/db/timezone/icutz");
+    }
+  }
+  // Removed even after a failed move, so no later boot retries it.
+  if (fs::exists(legacy_link)) {
+    try {
+      fs::remove(legacy_link);
+    } catch (...) {
+      warn("Could not remove /var/db/icutz");
+    }
+  }
+}

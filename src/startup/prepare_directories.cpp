@@ -1,0 +1,9 @@
+// Tested by tests/scenarios/startup.scn.
+#include "startup/prepare_directories.h"
+
+#include "fs/operations.h"
+
+void prepare_directories() {
+  fs::set_protection_class("/var/db/timezone/");
+  fs::set_protection_class("/var/db/timezone/tz/");
+}
