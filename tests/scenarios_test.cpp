@@ -1,9 +1,18 @@
 // Runs every scenario of tests/scenarios/*.scn: the real binary, once, on a
 // fresh /var and /usr/share holding only what the scenario gives.
+//   scenario NAME      starts one; "# ..." lines before it say why it matters
+//   given / stderr / then, each followed by indented lines: the state
+//                      before, the expected warning lines in order, and the
+//                      whole of /var/db after (harness/state.h's form)
+//   readonly PATH      PATH is mounted read-only while the tool runs
+//   exit N             the expected exit status
+#include <sys/mount.h>  // mount, umount2, MS_*
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <memory>
 #include <sstream>
 #include <vector>
 
@@ -17,6 +26,7 @@ namespace {
 struct scenario {
   std::string name, file;
   std::map<std::string, std::string> sections;  // given, stderr, then
+  std::vector<std::string> readonly;  // paths the run may not write under
   int exit_status = 0;
 };
 
@@ -33,10 +43,12 @@ std::vector<scenario> parse(const std::filesystem::path& file) {
     const std::string text = trimmed(line);
     if (text.empty() || line[0] == '#') continue;
     if (text.rfind("scenario ", 0) == 0) {
-      all.push_back({text.substr(9), file.filename().string(), {}, 0});
+      all.push_back({text.substr(9), file.filename().string(), {}, {}, 0});
       section.clear();
     } else if (all.empty()) {
       ADD_FAILURE() << file << ": entry before any scenario: " << line;
+    } else if (text.rfind("readonly ", 0) == 0) {
+      all.back().readonly.push_back(text.substr(9));
     } else if (text.rfind("exit ", 0) == 0) {
       all.back().exit_status = std::stoi(text.substr(5));
     } else if (line[0] != ' ') {
@@ -74,13 +86,35 @@ std::string sorted_lines(const std::string& text) {
 // Names the file in test listings instead of dumping the object's bytes.
 void PrintTo(const scenario& s, std::ostream* out) { *out << s.file; }
 
+// A read-only bind mount of `path` over itself, for the length of the run.
+class readonly_mount {
+ public:
+  explicit readonly_mount(const std::string& path) : path_(path) {
+    EXPECT_EQ(mount(path_.c_str(), path_.c_str(), nullptr, MS_BIND, nullptr),
+              0);
+    EXPECT_EQ(mount(nullptr, path_.c_str(), nullptr,
+                    MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr),
+              0);
+  }
+  ~readonly_mount() { umount2(path_.c_str(), MNT_DETACH); }
+
+ private:
+  std::string path_;
+};
+
 class scenarios : public testing::TestWithParam<scenario> {};
 
 TEST_P(scenarios, run) {
   const scenario& s = GetParam();
   SCOPED_TRACE(s.file + ": " + s.name);
   build_state(s.sections.count("given") ? s.sections.at("given") : "");
-  const tool_run run = run_tool();
+  tool_run run;
+  {
+    std::vector<std::unique_ptr<readonly_mount>> mounts;
+    for (const auto& path : s.readonly)
+      mounts.push_back(std::make_unique<readonly_mount>(path));
+    run = run_tool();
+  }
   EXPECT_EQ(run.signal, 0);
   EXPECT_EQ(run.exit_status, s.exit_status);
   expect_lines(s.sections.count("stderr") ? s.sections.at("stderr") : "",
