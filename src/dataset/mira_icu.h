@@ -1,0 +1,24 @@
+#pragma once
+
+// The ICU time-zone data of a data set, and the links /var/db/timezone/icutz
+// and /var/db/icutz. Its schema is the only test of compatibility between
+// data sets. Construction throws int errno when the icutz directory cannot
+// be walked at all; activation throws only when the new link cannot be made.
+
+#include <string>
+
+#include "dataset/mira_dataset_component.h"
+
+class mira_icu final : public mira_dataset_component {
+ public:
+  mira_icu();
+  explicit mira_icu(const std::string& dataset_path);
+
+  void initialize();
+
+  bool compatible_schema(const mira_dataset_component& other) const override;
+  void activate() override;
+
+  std::string schema;  // such as 44l; empty when none was found
+  std::string directory;
+};

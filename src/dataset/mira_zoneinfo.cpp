@@ -1,0 +1,45 @@
+// Tested by tests/dataset/mira_zoneinfo_test.cpp.
+#include "dataset/mira_zoneinfo.h"
+
+#include <err.h>  // warn
+
+#include <fstream>
+
+#include "fs/operations.h"
+
+namespace {
+
+std::string choose_directory(const std::string& dataset_path) {
+  if (dataset_path.empty()) return mira_zoneinfo::system_directory;
+  return dataset_path + "/" + "zoneinfo";
+}
+
+}  // namespace
+
+mira_zoneinfo::mira_zoneinfo() : mira_zoneinfo(std::string()) {}
+
+mira_zoneinfo::mira_zoneinfo(const std::string& dataset_path)
+    : mira_dataset_component(dataset_path),
+      directory(choose_directory(dataset_path)) {
+  read_version();
+}
+
+void mira_zoneinfo::read_version() {
+  // A missing, unreadable or blank file leaves the version empty, silently:
+  // the data set decides what an empty version means.
+  std::ifstream file(directory + "/" + "+VERSION");
+  file >> version;
+}
+
+bool mira_zoneinfo::compatible_schema(const mira_dataset_component&) const {
+  return true;  // any zoneinfo tree goes with any ICU data
+}
+
+void mira_zoneinfo::activate() {
+  try {
+    fs::remove(link_path);
+  } catch (...) {  // fs::remove has written its line; creation still runs
+    warn("Unlink of zoneinfo softlink failed");
+  }
+  fs::create_symlink(directory, link_path);
+}
