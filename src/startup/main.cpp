@@ -1,15 +1,19 @@
-// Tested by tests/scenarios/startup.scn and the other scenario files.
+// Tested by tests/scenarios/*.scn.
 #include <err.h>  // warn
 
 #include <cstdio>  // ::remove, the plain removal that reports nothing
 
 #include "startup/migrate_icutz_link.h"
 #include "startup/prepare_directories.h"
+#include "startup/reconcile_datasets.h"
+#include "startup/repair_localtime_link.h"
 
 namespace {
 
-// A stage is not meant to let anything out; should one do so anyway, the
-// boot still ends in order: one line, the next stage, exit status 1.
+constexpr char prepare_failure[] = "Could not prepare time zone directories";
+
+// Each stage handles its own failures; should one escape anyway, the boot
+// still ends in order: one line, the next stage, exit status 1.
 bool run_stage(void (*stage)(), const char* failure) {
   try {
     stage();
@@ -20,8 +24,6 @@ bool run_stage(void (*stage)(), const char* failure) {
   }
 }
 
-constexpr char prepare_failure[] = "Could not prepare time zone directories";
-
 }  // namespace
 
 int main() {
@@ -30,6 +32,8 @@ int main() {
   // The marker is rewritten only by a run that leaves data to clean up.
   (void)std::remove("/var/db/timezone/needs_cleanup");
   (void)std::remove("/var/db/icu");
-  // Stages 5 and 6, the data links and the local time link, go here.
+  ok &= run_stage(reconcile_datasets, "Could not reset to system partition");
+  // The local time link is repaired whatever became of the data links.
+  ok &= run_stage(repair_localtime_link, "Could not repair localtime link");
   return ok ? 0 : 1;
 }

@@ -1,0 +1,7 @@
+#pragma once
+
+// Keeps /var/db/timezone/localtime inside the active zoneinfo tree: a link
+// into /usr/share/zoneinfo is moved over, anything else is reset to
+// America/Los_Angeles. Only a failure to create that default link escapes,
+// as int errno.
+void repair_localtime_link();

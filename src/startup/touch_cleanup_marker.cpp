@@ -1,0 +1,28 @@
+// Tested by tests/scenarios/update.scn and tests/startup/main_test.cpp.
+#include "startup/touch_cleanup_marker.h"
+
+#include <err.h>    // warn
+#include <fcntl.h>  // O_CREAT, O_RDWR
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "fs/platform.h"
+
+namespace {
+constexpr char marker[] = "/var/db/timezone/needs_cleanup";
+constexpr int marker_protection_class = 4;
+}  // namespace
+
+void touch_cleanup_marker() {
+  // No O_TRUNC: whatever a cleaner wrote into an existing marker stays.
+  const int fd = platform::open_protected(marker, O_CREAT | O_RDWR,
+                                          marker_protection_class, 0666);
+  bool touched = fd >= 0;
+  if (touched) {
+    struct stat status;
+    touched = fstat(fd, &status) == 0;
+    // A successful close leaves errno as fstat set it.
+    touched = close(fd) == 0 && touched;
+  }
+  if (!touched) warn("Cannot touch file %s", marker);
+}

@@ -1,0 +1,6 @@
+#pragma once
+
+// Leaves /var/db/timezone/needs_cleanup, telling the system that an update
+// directory was set aside or replaced. An existing marker keeps its
+// contents. Never throws: a failure costs one warning line.
+void touch_cleanup_marker();
