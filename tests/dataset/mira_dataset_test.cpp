@@ -130,45 +130,4 @@ TEST(mira_dataset, compatible_with_lets_this_side_judge) {
   }
 }
 
-const char data[] =
-    "file /var/db/timezone/tz/19c.1.0/icutz/icutz44l.dat \"\"\n";
-const char old_links[] =
-    "link /var/db/icutz -> /old\nlink /var/db/timezone/icutz -> /old\n";
-
-// clang-format off
-const struct { const char* path; const char* given; int thrown; const char* lines; std::string then; } activate_cases[] = {
-  {"", "link /var/db/timezone/zoneinfo -> /old", 0, "", std::string(data) +
-   "link /var/db/timezone/zoneinfo -> /usr/share/zoneinfo.default\n"},
-  {"/var/db/timezone/tz/19c.1.0", "", 0, "", std::string(data) +
-   "link /var/db/timezone/icutz -> /var/db/timezone/tz/19c.1.0/icutz\n"
-   "link /var/db/timezone/zoneinfo -> /var/db/timezone/tz/19c.1.0/zoneinfo\n"},
-  // The zoneinfo step fails: the ICU links are left as they were.
-  {"/var/db/timezone/tz/19c.1.0", "dir /var/db/timezone/zoneinfo", EEXIST,
-   "mira-tzlink: remove: could not remove /var/db/timezone/zoneinfo: Is a directory\n"
-   "mira-tzlink: Unlink of zoneinfo softlink failed: Is a directory\n"
-   "mira-tzlink: create_symlink: from /var/db/timezone/zoneinfo to "
-   "/var/db/timezone/tz/19c.1.0/zoneinfo: File exists\n",
-   "dir /var/db/timezone/zoneinfo\n" + std::string(data) + old_links},
-};
-// clang-format on
-
-TEST(mira_dataset, activate_components_goes_zoneinfo_first) {
-  for (const auto& c : activate_cases) {
-    SCOPED_TRACE(c.path);
-    clear_state();
-    build_state(std::string(system_files) + data + old_links + c.given);
-    const mira_dataset d(c.path);
-    int thrown = 0;
-    expect_lines(c.lines, stderr_of([&] {
-                   try {
-                     d.activate_components();
-                   } catch (int error) {
-                     thrown = error;
-                   }
-                 }));
-    EXPECT_EQ(thrown, c.thrown);
-    EXPECT_EQ(read_state(), c.then);
-  }
-}
-
 }  // namespace

@@ -88,47 +88,4 @@ TEST(mira_icu, compatible_schema_needs_an_icu_peer_of_equal_schema) {
   }
 }
 
-const std::string icutz_dir_lines =
-    "mira-tzlink: remove: could not remove /var/db/timezone/icutz: "
-    "Is a directory\n"
-    "mira-tzlink: unlink of ICU softlink failed: Is a directory\n";
-const char links[] =
-    "link /var/db/icutz -> /old\nlink /var/db/timezone/icutz -> /old";
-const char icutz_dir[] =
-    "dir /var/db/timezone/icutz\nlink /var/db/icutz -> /old\n";
-
-// clang-format off
-const struct { const char* path; const char* given; int runs; std::string lines; int thrown; const char* then; } activate_cases[] = {
-  {"/var/u", "dir /var/db/timezone", 1, "", 0,
-   "link /var/db/timezone/icutz -> /var/u/icutz\n"},
-  {"/var/u", links, 2, "", 0, "link /var/db/timezone/icutz -> /var/u/icutz\n"},
-  {"", links, 1, "", 0, "dir /var/db/timezone\n"},
-  // The legacy link is not tried once the first removal fails.
-  {"", icutz_dir, 1, icutz_dir_lines, 0, icutz_dir},
-  {"/var/u", icutz_dir, 1, icutz_dir_lines +
-   "mira-tzlink: create_symlink: from /var/db/timezone/icutz to /var/u/icutz: File exists\n",
-   EEXIST, icutz_dir},
-};
-// clang-format on
-
-TEST(mira_icu, activate_replaces_or_removes_the_links) {
-  for (const auto& c : activate_cases) {
-    SCOPED_TRACE(std::string(c.path) + " given " + c.given);
-    clear_state();
-    build_state(c.given);
-    build_state("file /var/u/icutz/icutz44l.dat \"\"");
-    mira_icu icu(c.path);
-    int thrown = 0;
-    expect_lines(c.lines, stderr_of([&] {
-                   try {
-                     for (int i = 0; i < c.runs; ++i) icu.activate();
-                   } catch (int error) {
-                     thrown = error;
-                   }
-                 }));
-    EXPECT_EQ(thrown, c.thrown);
-    EXPECT_EQ(read_state(), c.then);
-  }
-}
-
 }  // namespace
