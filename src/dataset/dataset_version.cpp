@@ -8,6 +8,10 @@
 
 namespace {
 
+// The matcher recurses once per character, so a huge +VERSION word would
+// overflow the stack at boot. No real version comes near this length.
+constexpr std::string::size_type longest_version = 1024;
+
 constexpr char version_pattern[] =
     R"(([0-9]+)([a-z]+)(?:\.([0-9]+))?(?:\.([0-9]+))?)";
 static_assert(sizeof version_pattern - 1 == 46);
@@ -30,7 +34,8 @@ void dataset_version::parse(const std::string& text) {
   const std::regex pattern(version_pattern, std::regex::ECMAScript);
   std::smatch results;
   try {
-    if (!std::regex_match(text, results, pattern) || results.size() != 5) {
+    if (text.size() > longest_version ||
+        !std::regex_match(text, results, pattern) || results.size() != 5) {
       warn("Cannot parse version string %s, results.size() = %d", text.c_str(),
            static_cast<int>(results.size()));
       throw std::invalid_argument("no match");

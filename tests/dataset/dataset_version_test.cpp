@@ -24,6 +24,9 @@ std::string unparsable(const std::string& text) {
 }
 
 const char unset[] = "-1  -1 -1";
+// Longer words are not matched at all: the matcher's recursion is bounded.
+const std::string longest = std::string(1022, '0') + "1c";
+const std::string too_long = "0" + longest;
 
 // clang-format off
 const struct { const char* text; const char* fields; bool warns; } parse_cases[] = {
@@ -33,6 +36,7 @@ const struct { const char* text; const char* fields; bool warns; } parse_cases[]
   {"19c.1.0.1", unset, true}, {"19C", unset, true}, {".1.0", unset, true},
   {"", unset, true},          {"19c.", unset, true}, {"19c.1.0/", unset, true},
   {"19", unset, true},        {"c19", unset, true},  {" 19c", unset, true},
+  {longest.c_str(), "1 c -1 -1", false}, {too_long.c_str(), unset, true},
 };
 // clang-format on
 
