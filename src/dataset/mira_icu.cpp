@@ -9,6 +9,7 @@
 
 #include <fstream>
 #include <regex>
+#include <string_view>
 
 #include "fs/operations.h"
 
@@ -24,22 +25,40 @@ std::string choose_directory(const std::string& dataset_path) {
   return dataset_path + "/" + "icutz";
 }
 
-// Only a world-readable regular file directly inside the directory can name
-// the schema: the walk is physical, so a link never qualifies.
-bool names_data_file(const FTSENT& entry) {
-  return entry.fts_errno == 0 && entry.fts_level == 1 &&
-         entry.fts_name[0] != '\0' && entry.fts_info == FTS_F &&
-         (entry.fts_statp->st_mode & S_IROTH) != 0;
+// A cheap look at the name before the pattern: most entries fail here.
+bool may_name_data_file(std::string_view name) {
+  return name.starts_with("icutz") && name.ends_with(".dat");
 }
 
-// The first data file the walk delivers wins; nothing is sorted.
+// Only a world-readable regular file can name the schema. The walk does not
+// stat what it delivers, so a candidate is looked at here, without
+// following links: a link never qualifies.
+bool is_readable_data_file(const FTSENT& entry) {
+  if (entry.fts_errno != 0 || entry.fts_name[0] == '\0') return false;
+  struct stat status;
+  if (entry.fts_info == FTS_NSOK) {
+    if (lstat(entry.fts_accpath, &status) != 0) return false;
+  } else if (entry.fts_info == FTS_F) {
+    status = *entry.fts_statp;
+  } else {
+    return false;
+  }
+  return S_ISREG(status.st_mode) && (status.st_mode & S_IROTH) != 0;
+}
+
+// The first data file the walk delivers wins; nothing is sorted. Only
+// entries directly inside the directory count, so subdirectories are not
+// entered: on a large tree that is most of the cost.
 void read_schema_from_names(FTS* walk, std::string& schema) {
   const std::regex pattern(data_file_pattern, std::regex::ECMAScript);
   std::cmatch match;
   for (FTSENT* entry; (entry = fts_read(walk)) != nullptr;) {
     if (!schema.empty()) break;
-    if (names_data_file(*entry) &&
-        std::regex_match(entry->fts_name, match, pattern))
+    if (entry->fts_level != 1) continue;
+    if (entry->fts_info == FTS_D) (void)fts_set(walk, entry, FTS_SKIP);
+    if (may_name_data_file(entry->fts_name) &&
+        std::regex_match(entry->fts_name, match, pattern) &&
+        is_readable_data_file(*entry))
       schema = match[1].str();
   }
 }
@@ -63,7 +82,8 @@ void mira_icu::initialize() {
   }
   std::string root = directory;  // fts_open wants writable strings
   char* roots[] = {root.data(), nullptr};
-  FTS* walk = fts_open(roots, FTS_COMFOLLOW | FTS_PHYSICAL | FTS_XDEV, nullptr);
+  FTS* walk = fts_open(
+      roots, FTS_COMFOLLOW | FTS_PHYSICAL | FTS_XDEV | FTS_NOSTAT, nullptr);
   if (walk == nullptr) {
     const int error = errno;
     warn("tz_icu::initialize: fts_open of %s failed, %s", directory.c_str(),
