@@ -220,21 +220,21 @@ class Harness:
         """A boot with call n altered, then a clean boot: what went wrong
         (or None), and the difference to the uninterrupted boot."""
         name, what, _ = self.calls[n]
-        spec = f"{name}:{action}:when={self.ranks[n]}"
-        calls, status, err = self.traced(spec)
+        injection = f"{name}:{action}:when={self.ranks[n]}"
+        calls, status, err = self.traced(injection)
         killed = action == "signal=KILL"
         # A call cut off at its start shows no output, so a kill is checked
         # by the names of the calls; an error also by the call's own paths.
         road = [c[0] for c in calls[:n + 1]]
         if road != [c[0] for c in self.calls[:n + 1]] or not killed and (
                 calls[n][1] != what or "INJECTED" not in calls[n][2]):
-            return f"{spec} missed call {n + 1}: the boot went another way", ""
+            return f"{injection} missed call {n + 1}: the boot went another way", ""
         if killed and status != -signal.SIGKILL:
-            return f"{spec} did not kill: status {status}", ""
+            return f"{injection} did not kill: status {status}", ""
         # A line whose own write failed is cut short, but not missing.
         cut = what.startswith("write(2)")
         if not killed and fault(status, err, not cut):
-            return f"{spec}: {fault(status, err, not cut)}", ""
+            return f"{injection}: {fault(status, err, not cut)}", ""
         if not killed:
             ended = [s for s in SETTLED if f"{s}: " in err]
             self.endings[f"{status} {' / '.join(ended)}".strip()] += 1
@@ -249,7 +249,7 @@ class Harness:
             self.clean_boots[left] = fault(status, err), snapshot()
         failed, got = self.clean_boots[left]
         if failed:
-            return f"{spec}, then a clean boot: {failed}", ""
+            return f"{injection}, then a clean boot: {failed}", ""
         got = dict(got)
         if marker_seen:
             got[MARKER] = "present"
