@@ -42,18 +42,19 @@ int open_protected(const char* path, int flags, int protection_class,
                    mode_t mode) {
   if ((flags & O_CREAT) == 0) return open(path, flags, mode);
   // Creating exclusively tells a new file from an old one: only the new
-  // file gets the class. The loop covers a file that comes or goes between
-  // the two opens.
-  for (;;) {
-    int fd = open(path, flags | O_EXCL, mode);
-    if (fd >= 0) {
-      set_protection_class(fd, protection_class);
-      return fd;
-    }
-    if (errno != EEXIST || (flags & O_EXCL) != 0) return -1;
-    fd = open(path, flags & ~O_CREAT, mode);
-    if (fd >= 0 || errno != ENOENT) return fd;
+  // file gets the class.
+  int fd = open(path, flags | O_EXCL, mode);
+  if (fd >= 0) {
+    set_protection_class(fd, protection_class);
+    return fd;
   }
+  if (errno != EEXIST || (flags & O_EXCL) != 0) return -1;
+  fd = open(path, flags & ~O_CREAT, mode);
+  if (fd >= 0 || errno != ENOENT) return fd;
+  // Something is there and yet nothing opens: a dangling link, or an entry
+  // that went away in between. Open as plainly asked, once, and leave the
+  // class alone, since who created the file cannot be told.
+  return open(path, flags, mode);
 }
 
 #endif

@@ -1,10 +1,9 @@
 #include "startup/touch_cleanup_marker.h"
 
+#include <gtest/gtest.h>
 #include <sys/xattr.h>  // getxattr
 
 #include <string>
-
-#include <gtest/gtest.h>
 
 #include "harness/capture.h"
 #include "harness/state.h"
@@ -26,6 +25,10 @@ const marker_case marker_cases[] = {
   // An existing one keeps its contents, and gets no class it did not have.
   {"file /var/db/timezone/needs_cleanup \"by cleaner\" 0600", "",
    "file /var/db/timezone/needs_cleanup \"by cleaner\" 0600\n", "none"},
+  // A dangling link is followed, as a plain open would, and never looped on.
+  {"link /var/db/timezone/needs_cleanup -> gone", "",
+   "file /var/db/timezone/gone \"\"\nlink /var/db/timezone/needs_cleanup -> gone\n",
+   "none"},
   {"", "mira-tzlink: Cannot touch file /var/db/timezone/needs_cleanup: "
        "No such file or directory\n", "", "none"},
   {"dir /var/db/timezone/needs_cleanup", "mira-tzlink: Cannot touch file "
