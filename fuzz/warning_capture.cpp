@@ -1,3 +1,4 @@
+// Used by both fuzz targets.
 #include "warning_capture.h"
 
 #include <errno.h>  // program_invocation_short_name

@@ -16,8 +16,6 @@
 namespace {
 
 constexpr char system_directory[] = "/usr/share/icu";
-constexpr char icutz_link[] = "/var/db/timezone/icutz";
-constexpr char legacy_link[] = "/var/db/icutz";
 constexpr char data_file_pattern[] = R"(icutz([0-9]+[lbe])\.dat)";
 
 std::string choose_directory(const std::string& dataset_path) {
@@ -106,11 +104,11 @@ bool mira_icu::compatible_schema(const mira_dataset_component& other) const {
 
 void mira_icu::activate() {
   try {
-    fs::remove(icutz_link);
-    fs::remove(legacy_link);
+    fs::remove(mira_icu::link_path);
+    fs::remove(mira_icu::legacy_link_path);
   } catch (...) {  // fs::remove has written its line; creation still runs
     warn("unlink of ICU softlink failed");
   }
   // The system's ICU data needs no link: readers fall back to it.
-  if (!dataset_path.empty()) fs::create_symlink(directory, icutz_link);
+  if (!dataset_path.empty()) fs::create_symlink(directory, mira_icu::link_path);
 }

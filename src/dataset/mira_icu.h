@@ -11,6 +11,10 @@
 
 class mira_icu final : public mira_dataset_component {
  public:
+  // The link this component owns, and where older systems kept it.
+  static constexpr char link_path[] = "/var/db/timezone/icutz";
+  static constexpr char legacy_link_path[] = "/var/db/icutz";
+
   mira_icu();
   explicit mira_icu(const std::string& dataset_path);
 

@@ -23,6 +23,5 @@ void consider_latest_update(const mira_dataset& system,
   latest.activate_components();
   // Only an update that is replaced leaves a directory to clean up.
   if (!(in_place == system)) touch_cleanup_marker();
-  write_version_diff_record(in_place.version_string(),
-                            latest.version_string());
+  write_version_diff_record(in_place.version_string(), latest.version_string());
 }

@@ -8,6 +8,7 @@
 #include "startup/prepare_directories.h"
 #include "startup/reconcile_datasets.h"
 #include "startup/repair_localtime_link.h"
+#include "startup/touch_cleanup_marker.h"
 
 namespace {
 
@@ -34,7 +35,7 @@ int main() {
   bool ok = run_stage(prepare_directories, prepare_failure);
   ok &= run_stage(migrate_icutz_link, prepare_failure);
   // The marker is rewritten only by a run that leaves data to clean up.
-  (void)std::remove("/var/db/timezone/needs_cleanup");
+  (void)std::remove(cleanup_marker);
   (void)std::remove("/var/db/icu");
   ok &= run_stage(reconcile_datasets, "Could not reset to system partition");
   // The local time link is repaired whatever became of the data links.

@@ -3,11 +3,12 @@
 
 #include <err.h>  // warn
 
+#include "dataset/mira_icu.h"
 #include "fs/operations.h"
 
 namespace {
-constexpr char legacy_link[] = "/var/db/icutz";
-constexpr char icutz_link[] = "/var/db/timezone/icutz";
+constexpr const char* legacy_link = mira_icu::legacy_link_path;
+constexpr const char* icutz_link = mira_icu::link_path;
 }  // namespace
 
 void migrate_icutz_link() {

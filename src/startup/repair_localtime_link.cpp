@@ -6,12 +6,13 @@
 #include <cstdio>  // ::remove, the plain removal that reports nothing
 #include <string>
 
+#include "dataset/mira_zoneinfo.h"
 #include "fs/operations.h"
 
 namespace {
 
 constexpr char localtime_link[] = "/var/db/timezone/localtime";
-constexpr std::string_view accepted_prefix = "/var/db/timezone/zoneinfo";
+constexpr std::string_view accepted_prefix = mira_zoneinfo::link_path;
 constexpr std::string_view replaced_prefix = "/usr/share/zoneinfo";
 constexpr char default_localtime_zone[] = "America/Los_Angeles";
 constexpr char default_target[] =

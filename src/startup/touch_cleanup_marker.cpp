@@ -9,13 +9,12 @@
 #include "fs/platform.h"
 
 namespace {
-constexpr char marker[] = "/var/db/timezone/needs_cleanup";
 constexpr int marker_protection_class = 4;
 }  // namespace
 
 void touch_cleanup_marker() {
   // No O_TRUNC: whatever a cleaner wrote into an existing marker stays.
-  const int fd = platform::open_protected(marker, O_CREAT | O_RDWR,
+  const int fd = platform::open_protected(cleanup_marker, O_CREAT | O_RDWR,
                                           marker_protection_class, 0666);
   bool touched = fd >= 0;
   if (touched) {
@@ -24,5 +23,5 @@ void touch_cleanup_marker() {
     // A successful close leaves errno as fstat set it.
     touched = close(fd) == 0 && touched;
   }
-  if (!touched) warn("Cannot touch file %s", marker);
+  if (!touched) warn("Cannot touch file %s", cleanup_marker);
 }

@@ -1,3 +1,4 @@
+// Tested through every test that compares warning lines.
 #include "harness/capture.h"
 
 #include <sys/mman.h>  // memfd_create

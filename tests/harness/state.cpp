@@ -1,3 +1,4 @@
+// Tested through every test that builds or reads a state.
 #include "harness/state.h"
 
 #include <sys/stat.h>
