@@ -48,22 +48,3 @@ set(CPACK_DEBIAN_PACKAGE_SECTION admin)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 include(CPack)
-
-if(MIRA_TZLINK_TESTS)
-  set(packaging_tests ${PROJECT_SOURCE_DIR}/tests/packaging)
-  add_test(NAME packaging_man_lint
-    COMMAND ${packaging_tests}/lint_man_page
-      ${PROJECT_SOURCE_DIR}/man/mira-tzlink.8)
-  add_test(NAME packaging_install_tree
-    COMMAND ${packaging_tests}/check_install_tree ${PROJECT_BINARY_DIR})
-  add_test(NAME packaging_unit_verify
-    COMMAND ${packaging_tests}/verify_unit ${PROJECT_BINARY_DIR})
-  add_test(NAME packaging_deb
-    COMMAND ${packaging_tests}/check_deb_package ${PROJECT_BINARY_DIR}
-      ${PROJECT_VERSION})
-  set_tests_properties(packaging_man_lint packaging_install_tree
-    packaging_unit_verify packaging_deb PROPERTIES LABELS packaging)
-  # All three install from this build tree, where the unit is configured.
-  set_tests_properties(packaging_install_tree packaging_unit_verify
-    packaging_deb PROPERTIES RESOURCE_LOCK mira_tzlink_install)
-endif()
