@@ -1,19 +1,19 @@
 # What an image build takes from this project: the binary, its manual, the
 # systemd unit that runs it once per boot and the README, installed under
-# the GNU directories, and the same tree as a Debian package (cpack -G DEB).
+# the GNU directories. debian/ packages this same tree.
 # Tested by the tests labelled packaging (tests/packaging/).
 include(GNUInstallDirs)
 
 set(MIRA_TZLINK_SYSTEMD_UNIT_DIR "lib/systemd/system" CACHE STRING
-  "Where the systemd unit is installed, relative to the install prefix")
+  "Where the systemd unit is installed: relative to the install prefix, or absolute")
 
 install(TARGETS mira-tzlink RUNTIME DESTINATION ${CMAKE_INSTALL_SBINDIR})
 install(FILES man/mira-tzlink.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8)
 install(FILES README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 # The unit names the binary by its absolute path, so it is configured when
-# it is installed: `cmake --install --prefix` and cpack choose the prefix
-# then, not at configure time.
+# it is installed: `cmake --install --prefix` chooses the prefix then, not
+# configure time.
 set(mira_tzlink_unit ${CMAKE_CURRENT_BINARY_DIR}/dist/mira-tzlink.service)
 install(CODE "
   set(MIRA_TZLINK_SBINDIR [[${CMAKE_INSTALL_SBINDIR}]])
@@ -25,26 +25,3 @@ install(CODE "
 ")
 install(FILES ${mira_tzlink_unit}
   DESTINATION ${MIRA_TZLINK_SYSTEMD_UNIT_DIR})
-
-# The Debian package. cpack installs it with the prefix /usr, so the unit
-# inside names /usr/sbin/mira-tzlink, as on the target.
-set(CPACK_GENERATOR DEB)
-set(CPACK_PACKAGE_NAME mira-tzlink)
-set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
-set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_STRIP_FILES ON)
-set(CPACK_PACKAGE_CONTACT "mira-tzlink maintainers <maintainers@mira-tzlink.invalid>"
-  CACHE STRING "Maintainer field of the Debian package")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY
-  "keeps the time-zone data links consistent at boot")
-set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
-  "mira-tzlink runs once at every boot, from mira-tzlink.service, and leaves
-the symbolic links under /var/db/timezone/ pointing at one consistent set
-of time-zone data: the system's own copy in /usr/share/zoneinfo.default
-and /usr/share/icu, or a newer, compatible update installed under
-/var/db/timezone/tz/. It never leaves broken links behind, never stops a
-boot, and reports in warning lines on standard error.")
-set(CPACK_DEBIAN_PACKAGE_SECTION admin)
-set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-include(CPack)
