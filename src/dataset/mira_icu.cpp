@@ -7,11 +7,11 @@
 #include <string.h>    // strerror
 #include <sys/stat.h>  // S_IROTH
 
-#include <fstream>
 #include <string_view>
 
 #include "dataset/icu_data_file_match.h"
 #include "fs/operations.h"
+#include "fs/read_first_word.h"
 
 namespace {
 
@@ -65,8 +65,7 @@ mira_icu::mira_icu(const std::string& dataset_path)
 void mira_icu::initialize() {
   if (dataset_path.empty()) {
     // A missing or blank format file leaves the schema empty, silently.
-    std::ifstream file(directory + "/" + "icutzformat.txt");
-    file >> schema;
+    schema = fs::read_first_word(directory + "/" + "icutzformat.txt");
     return;
   }
   std::string root = directory;  // fts_open wants writable strings
