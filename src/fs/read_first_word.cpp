@@ -1,5 +1,5 @@
-// Tested by tests/dataset/mira_zoneinfo_test.cpp and
-// tests/dataset/mira_icu_test.cpp.
+// Tested by tests/dataset/mira_zoneinfo_test.cpp,
+// tests/dataset/mira_icu_test.cpp and tests/scenarios/long_words.scn.
 #include "fs/read_first_word.h"
 
 #include <errno.h>
