@@ -83,7 +83,7 @@ void rule() { std::printf("%s\n", std::string(112, '-').c_str()); }
 // ---- boots ---------------------------------------------------------------
 
 struct boot_figures {
-  double steady_ms, ln_ms;
+  double steady_ms, ln_ms, true_ms;
   long steady_rss_kb, ln_rss_kb;
 };
 
@@ -125,8 +125,8 @@ boot_figures measure_boots(const options& o) {
     print_boot_row(candidates[i], samples[i], ln_ms,
                    count_instructions(o["valgrind"], candidates[i]));
   }
-  return {samples[0].median_ms(), ln_ms, samples[0].median_peak_rss_kb(),
-          samples[2].median_peak_rss_kb()};
+  return {samples[0].median_ms(), ln_ms, samples[3].median_ms(),
+          samples[0].median_peak_rss_kb(), samples[2].median_peak_rss_kb()};
 }
 
 // ---- ICU schema search ---------------------------------------------------
@@ -270,12 +270,17 @@ void print_legend() {
 
 void print_targets(const boot_figures& b, const std::vector<search_row>& s) {
   const double wall = b.steady_ms / b.ln_ms;
+  const double wall_true = b.steady_ms / b.true_ms;
+  const double rss = static_cast<double>(b.steady_rss_kb) / b.ln_rss_kb;
   std::printf("targets (reported, never enforced):\n");
-  std::printf("  steady-state boot wall <= 0.80x ln -sfn:   %.2fx  %s\n", wall,
-              verdict(wall <= 0.8));
-  std::printf("  steady-state boot peak RSS <= ln -sfn:    %ld vs %ld kB  %s\n",
-              b.steady_rss_kb, b.ln_rss_kb,
-              verdict(b.steady_rss_kb <= b.ln_rss_kb));
+  std::printf("  steady-state boot wall <= 0.75x ln -sfn:      %.2fx  %s\n",
+              wall, verdict(wall <= 0.75));
+  std::printf("  steady-state boot wall <= 1.10x true:         %.2fx  %s\n",
+              wall_true, verdict(wall_true <= 1.1));
+  std::printf(
+      "  steady-state boot peak RSS <= 0.60x ln -sfn:  %.2fx (%ld vs %ld kB)  "
+      "%s\n",
+      rss, b.steady_rss_kb, b.ln_rss_kb, verdict(rss <= 0.6));
   print_search_targets(s);
 }
 

@@ -3,27 +3,24 @@
 
 #include <err.h>  // warn
 
-#include <regex>
-#include <stdexcept>
+#include <string_view>
+
+#include "dataset/version_string_match.h"
 
 namespace {
 
-// The matcher recurses once per character, so a huge +VERSION word would
-// overflow the stack at boot. No real version comes near this length.
-constexpr std::string::size_type longest_version = 1024;
+// What a failed full match leaves in a match result: no entries at all.
+constexpr int failed_match_results = 0;
 
-constexpr char version_pattern[] =
-    R"(([0-9]+)([a-z]+)(?:\.([0-9]+))?(?:\.([0-9]+))?)";
-static_assert(sizeof version_pattern - 1 == 46);
+// The standard conversion, so that digits beyond 32 bits still throw
+// std::out_of_range, and leading zeros are read as any base-10 number.
+std::int32_t number_of(std::string_view digits) {
+  return std::stoi(std::string(digits));
+}
 
-// A dot part that took no part in the match is empty, which stoi refuses:
-// that refusal is what makes the part -1. std::out_of_range passes.
-std::int32_t dot_part(const std::ssub_match& group) {
-  try {
-    return std::stoi(group.str());
-  } catch (const std::invalid_argument&) {
-    return -1;
-  }
+// A dot part the string does not have is -1.
+std::int32_t dot_part(std::string_view digits) {
+  return digits.empty() ? -1 : number_of(digits);
 }
 
 }  // namespace
@@ -31,25 +28,20 @@ std::int32_t dot_part(const std::ssub_match& group) {
 dataset_version::dataset_version(const std::string& text) { parse(text); }
 
 void dataset_version::parse(const std::string& text) {
-  const std::regex pattern(version_pattern, std::regex::ECMAScript);
-  std::smatch results;
-  try {
-    if (text.size() > longest_version ||
-        !std::regex_match(text, results, pattern) || results.size() != 5) {
-      warn("Cannot parse version string %s, results.size() = %d", text.c_str(),
-           static_cast<int>(results.size()));
-      throw std::invalid_argument("no match");
-    }
-    number = std::stoi(results[1].str());
-    letters = results[2].str();
-  } catch (const std::invalid_argument&) {
+  const auto groups = match_version_string(text);
+  if (!groups) {
+    warn("Cannot parse version string %s, results.size() = %d", text.c_str(),
+         failed_match_results);
     // Not a failure: the version stays unset, and so orders below any other.
     warn("Cannot parse version string %s", text.c_str());
     *this = dataset_version();
     return;
   }
-  second_number = dot_part(results[3]);
-  third_number = dot_part(results[4]);
+  // Field by field: a number too large throws with the earlier fields set.
+  number = number_of(groups->number);
+  letters = groups->letters;
+  second_number = dot_part(groups->second_number);
+  third_number = dot_part(groups->third_number);
 }
 
 bool operator>(const dataset_version& a, const dataset_version& b) {

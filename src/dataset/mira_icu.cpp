@@ -7,25 +7,19 @@
 #include <string.h>    // strerror
 #include <sys/stat.h>  // S_IROTH
 
-#include <fstream>
-#include <regex>
 #include <string_view>
 
+#include "dataset/icu_data_file_match.h"
 #include "fs/operations.h"
+#include "fs/read_first_word.h"
 
 namespace {
 
 constexpr char system_directory[] = "/usr/share/icu";
-constexpr char data_file_pattern[] = R"(icutz([0-9]+[lbe])\.dat)";
 
 std::string choose_directory(const std::string& dataset_path) {
   if (dataset_path.empty()) return system_directory;
   return dataset_path + "/" + "icutz";
-}
-
-// A cheap look at the name before the pattern: most entries fail here.
-bool may_name_data_file(std::string_view name) {
-  return name.starts_with("icutz") && name.ends_with(".dat");
 }
 
 // Only a world-readable regular file can name the schema. The walk does not
@@ -48,16 +42,13 @@ bool is_readable_data_file(const FTSENT& entry) {
 // entries directly inside the directory count, so subdirectories are not
 // entered: on a large tree that is most of the cost.
 void read_schema_from_names(FTS* walk, std::string& schema) {
-  const std::regex pattern(data_file_pattern, std::regex::ECMAScript);
-  std::cmatch match;
   for (FTSENT* entry; (entry = fts_read(walk)) != nullptr;) {
     if (!schema.empty()) break;
     if (entry->fts_level != 1) continue;
     if (entry->fts_info == FTS_D) (void)fts_set(walk, entry, FTS_SKIP);
-    if (may_name_data_file(entry->fts_name) &&
-        std::regex_match(entry->fts_name, match, pattern) &&
-        is_readable_data_file(*entry))
-      schema = match[1].str();
+    const std::string_view found = match_icu_data_file_name(
+        std::string_view(entry->fts_name, entry->fts_namelen));
+    if (!found.empty() && is_readable_data_file(*entry)) schema = found;
   }
 }
 
@@ -74,8 +65,7 @@ mira_icu::mira_icu(const std::string& dataset_path)
 void mira_icu::initialize() {
   if (dataset_path.empty()) {
     // A missing or blank format file leaves the schema empty, silently.
-    std::ifstream file(directory + "/" + "icutzformat.txt");
-    file >> schema;
+    schema = fs::read_first_word(directory + "/" + "icutzformat.txt");
     return;
   }
   std::string root = directory;  // fts_open wants writable strings

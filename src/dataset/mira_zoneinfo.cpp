@@ -3,9 +3,8 @@
 
 #include <err.h>  // warn
 
-#include <fstream>
-
 #include "fs/operations.h"
+#include "fs/read_first_word.h"
 
 namespace {
 
@@ -27,8 +26,7 @@ mira_zoneinfo::mira_zoneinfo(const std::string& dataset_path)
 void mira_zoneinfo::read_version() {
   // A missing, unreadable or blank file leaves the version empty, silently:
   // the data set decides what an empty version means.
-  std::ifstream file(directory + "/" + "+VERSION");
-  file >> version;
+  version = fs::read_first_word(directory + "/" + "+VERSION");
 }
 
 bool mira_zoneinfo::compatible_schema(const mira_dataset_component&) const {

@@ -1,13 +1,35 @@
 // Tested by tests/scenarios/update.scn.
 #include "startup/write_version_diff_record.h"
 
-#include <fstream>
+#include <errno.h>
+#include <fcntl.h>   // open, O_*
+#include <unistd.h>  // write, close
+
+namespace {
+
+constexpr char record_path[] = "/var/db/timezone/TZVersionDiffRecord";
+
+// write(2) until all of `text` is out; a failure ends it silently.
+void write_all(int fd, const std::string& text) {
+  for (std::size_t done = 0; done < text.size();) {
+    const ssize_t length = write(fd, text.data() + done, text.size() - done);
+    if (length == -1 && errno == EINTR) continue;
+    if (length <= 0) return;
+    done += static_cast<std::size_t>(length);
+  }
+}
+
+}  // namespace
 
 void write_version_diff_record(const std::string& previous,
                                const std::string& next) {
-  // A stream that failed to open ignores the insertions: the activation it
+  // Emptied if it exists, else created with 0666 less the umask. A record
+  // that cannot be opened or written is passed over: the activation it
   // records stands either way.
-  std::ofstream record("/var/db/timezone/TZVersionDiffRecord",
-                       std::ios::out | std::ios::trunc);
-  record << previous << "_" << next;
+  const int fd =
+      open(record_path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  if (fd == -1) return;
+  // In one write(2): a kill never leaves the first version alone in it.
+  write_all(fd, previous + "_" + next);
+  (void)close(fd);
 }
