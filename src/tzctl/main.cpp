@@ -2,14 +2,17 @@
 #include <cstdio>
 #include <string_view>
 
+#include "tzctl/preview_command.h"
 #include "tzctl/status_command.h"
 
 namespace {
 
-constexpr char usage[] = "usage: mira-tzctl status [--json]\n";
+constexpr char usage[] = "usage: mira-tzctl status [--json] | preview\n";
 constexpr char summary[] =
     "  status     which time-zone data is in use, and whether the links "
     "agree\n"
+    "  preview    what the next boot would write and change, tried on a "
+    "private copy\n"
     "See mira-tzctl(8).\n";
 
 }  // namespace
@@ -25,6 +28,7 @@ int main(int argc, char** argv) {
     const bool bare = argc == 2;
     if (command == "status" && (bare || option == "--json"))
       return status_command(!bare);
+    if (command == "preview" && bare) return preview_command();
   }
   // One line, as for any command-line tool; no warning prefix.
   std::fputs(usage, stderr);
