@@ -2,17 +2,20 @@
 #include <cstdio>
 #include <string_view>
 
+#include "tzctl/clean_command.h"
 #include "tzctl/preview_command.h"
 #include "tzctl/status_command.h"
 
 namespace {
 
-constexpr char usage[] = "usage: mira-tzctl status [--json] | preview\n";
+constexpr char usage[] =
+    "usage: mira-tzctl status [--json] | preview | clean [--dry-run]\n";
 constexpr char summary[] =
     "  status     which time-zone data is in use, and whether the links "
     "agree\n"
     "  preview    what the next boot would write and change, tried on a "
     "private copy\n"
+    "  clean      remove the update directories that no link names\n"
     "See mira-tzctl(8).\n";
 
 }  // namespace
@@ -29,6 +32,8 @@ int main(int argc, char** argv) {
     if (command == "status" && (bare || option == "--json"))
       return status_command(!bare);
     if (command == "preview" && bare) return preview_command();
+    if (command == "clean" && (bare || option == "--dry-run"))
+      return clean_command(!bare);
   }
   // One line, as for any command-line tool; no warning prefix.
   std::fputs(usage, stderr);
