@@ -1,7 +1,7 @@
 // Tested by tests/scenarios/tzctl_clean.scn.
 #include "tzctl/clean_command.h"
 
-#include <err.h>  // warn, warnx
+#include <err.h>  // warn
 #include <errno.h>
 #include <stdio.h>  // rename
 
@@ -69,7 +69,7 @@ int clean_command(bool dry_run) {
                                fs::read_symlink(mira_icu::link_path),
                                read_latest_link()});
   } catch (int) {  // fs::read_symlink has written its line
-    warnx("Cannot tell which data sets are in use; removing nothing");
+    warn("Cannot tell which data sets are in use; removing nothing");
     return 1;
   } catch (const stdfs::filesystem_error& failure) {
     errno = failure.code().value();
@@ -94,7 +94,7 @@ int clean_command(bool dry_run) {
     return 0;
   }
   if (!complete) {
-    warnx("Clean-up incomplete; the clean-up marker stays");
+    warn("Clean-up incomplete; the clean-up marker stays");
     return 1;
   }
   try {
