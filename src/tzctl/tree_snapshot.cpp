@@ -70,7 +70,9 @@ std::vector<std::string> changes(const tree_snapshot& before,
   for (const auto& [path, unused] : every_path) {
     const std::string was = entry_at(before, path);
     const std::string is = entry_at(after, path);
-    if (was != is) lines.push_back(path + ": " + was + " -> " + is);
+    if (was == is) continue;
+    lines.push_back(path);
+    lines.back().append(": ").append(was).append(" -> ").append(is);
   }
   return lines;
 }
