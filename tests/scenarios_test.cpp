@@ -5,6 +5,9 @@
 //                      before, the expected warning lines in order, and the
 //                      whole of /var/db after (harness/state.h's form)
 //   readonly PATH      PATH is mounted read-only while the tool runs
+//   run PROGRAM ARGS   what runs: mira-tzlink (the default, with no
+//                      arguments) or mira-tzctl, with these arguments
+//   stdout             like stderr: the whole standard output expected
 //   exit N             the expected exit status
 #include <sys/mount.h>  // mount, umount2, MS_*
 
@@ -27,12 +30,25 @@ struct scenario {
   std::string name, file;
   std::map<std::string, std::string> sections;  // given, stderr, then
   std::vector<std::string> readonly;  // paths the run may not write under
+  std::vector<std::string> command;   // empty: mira-tzlink, no arguments
   int exit_status = 0;
 };
 
 std::string trimmed(std::string line) {
   line.erase(0, line.find_first_not_of(' '));
   return line;
+}
+
+// The built binary named by PROGRAM, then the arguments as they are.
+std::vector<std::string> command_of(const std::string& words) {
+  std::istringstream in(words);
+  std::vector<std::string> command;
+  for (std::string word; in >> word;) command.push_back(word);
+  if (command.empty()) ADD_FAILURE() << "run names no program";
+  else if (command[0] == "mira-tzlink") command[0] = MIRA_TZLINK_BINARY;
+  else if (command[0] == "mira-tzctl") command[0] = MIRA_TZCTL_BINARY;
+  else ADD_FAILURE() << "unknown program " << command[0];
+  return command;
 }
 
 std::vector<scenario> parse(const std::filesystem::path& file) {
@@ -43,12 +59,14 @@ std::vector<scenario> parse(const std::filesystem::path& file) {
     const std::string text = trimmed(line);
     if (text.empty() || line[0] == '#') continue;
     if (text.rfind("scenario ", 0) == 0) {
-      all.push_back({text.substr(9), file.filename().string(), {}, {}, 0});
+      all.push_back({text.substr(9), file.filename().string(), {}, {}, {}, 0});
       section.clear();
     } else if (all.empty()) {
       ADD_FAILURE() << file << ": entry before any scenario: " << line;
     } else if (text.rfind("readonly ", 0) == 0) {
       all.back().readonly.push_back(text.substr(9));
+    } else if (text.rfind("run ", 0) == 0) {
+      all.back().command = command_of(text.substr(4));
     } else if (text.rfind("exit ", 0) == 0) {
       all.back().exit_status = std::stoi(text.substr(5));
     } else if (line[0] != ' ') {
@@ -113,12 +131,14 @@ TEST_P(scenarios, run) {
     std::vector<std::unique_ptr<readonly_mount>> mounts;
     for (const auto& path : s.readonly)
       mounts.push_back(std::make_unique<readonly_mount>(path));
-    run = run_tool();
+    run = run_tool(s.command);
   }
   EXPECT_EQ(run.signal, 0);
   EXPECT_EQ(run.exit_status, s.exit_status);
   expect_lines(s.sections.count("stderr") ? s.sections.at("stderr") : "",
                run.stderr_text);
+  expect_lines(s.sections.count("stdout") ? s.sections.at("stdout") : "",
+               run.stdout_text);
   EXPECT_EQ(read_state(),
             sorted_lines(s.sections.count("then") ? s.sections.at("then") : ""));
 }

@@ -70,22 +70,29 @@ void expect_lines(const std::string& expected, const std::string& actual) {
   bool same = want.size() == got.size();
   for (size_t i = 0; same && i < want.size(); ++i)
     same = line_matches(want[i], got[i]);
-  EXPECT_TRUE(same) << "expected stderr:\n" << expected << "actual stderr:\n"
+  EXPECT_TRUE(same) << "expected lines:\n" << expected << "actual lines:\n"
                     << actual;
 }
 
-tool_run run_tool() {
+tool_run run_tool(const std::vector<std::string>& command) {
+  std::vector<const char*> argv;
+  for (const auto& word : command) argv.push_back(word.c_str());
+  if (argv.empty()) argv.push_back(MIRA_TZLINK_BINARY);
+  argv.push_back(nullptr);
   const int capture = memfd_create("tool-stderr", 0);
+  const int output = memfd_create("tool-stdout", 0);
   const pid_t pid = fork();
   if (pid == 0) {
     dup2(capture, 2);
-    execl(MIRA_TZLINK_BINARY, MIRA_TZLINK_BINARY, static_cast<char*>(nullptr));
+    dup2(output, 1);
+    execv(argv[0], const_cast<char* const*>(argv.data()));
     _exit(127);
   }
   int status = 0;
   waitpid(pid, &status, 0);
-  tool_run run{read_all(capture), -1, 0};
+  tool_run run{read_all(capture), read_all(output), -1, 0};
   close(capture);
+  close(output);
   if (WIFEXITED(status)) run.exit_status = WEXITSTATUS(status);
   if (WIFSIGNALED(status)) run.signal = WTERMSIG(status);
   return run;

@@ -1,0 +1,77 @@
+// Tested by tests/scenarios/tzctl_status.scn.
+#include "tzctl/status_text.h"
+
+#include <cstdio>
+#include <optional>
+#include <string>
+
+#include "tzctl/timezone_state.h"
+
+namespace {
+
+// Link targets and the record are bytes: a control byte must not break
+// the one line each is given.
+std::string printable(const std::string& text) {
+  std::string out;
+  for (const unsigned char c : text) {
+    if (c == '\n') {
+      out += "\\n";
+    } else if (c < 0x20 || c == 0x7f) {
+      char escaped[5];
+      std::snprintf(escaped, sizeof escaped, "\\x%02x", c);
+      out += escaped;
+    } else {
+      out += static_cast<char>(c);
+    }
+  }
+  return out;
+}
+
+void line(const char* label, const std::string& value) {
+  std::printf("%-15s %s\n", label, printable(value).c_str());
+}
+
+std::string or_none(const std::optional<std::string>& text) {
+  return text.value_or("(none)");
+}
+
+std::string version_and_schema(const dataset_summary& set) {
+  return "version " + set.version + ", schema " +
+         (set.schema.empty() ? "(none)" : set.schema);
+}
+
+std::string in_use_text(const timezone_state& state) {
+  if (!state.in_use) return "(none accepted)";
+  const dataset_summary& set = *state.in_use;
+  return (set.path.empty() ? "the system data set" : set.path) + ", " +
+         version_and_schema(set) +
+         (state.in_use_kept ? "" : ", set aside at the next boot");
+}
+
+std::string latest_text(const std::optional<latest_summary>& latest) {
+  if (!latest) return "(no tz_latest link)";
+  if (!latest->dataset) return "not an update directory, never activated";
+  return latest->dataset->path + ", " + version_and_schema(*latest->dataset) +
+         (latest->compatible ? ", compatible" : ", incompatible") +
+         (latest->newer ? ", newer" : ", not newer");
+}
+
+}  // namespace
+
+void print_status_text(const timezone_state& state) {
+  line("in use", in_use_text(state));
+  line("system", version_and_schema(state.system));
+  line("latest", latest_text(state.latest));
+  line("zoneinfo link", or_none(state.links.zoneinfo));
+  line("icutz link", or_none(state.links.icutz));
+  line("localtime link", or_none(state.links.localtime));
+  line("tz_latest link", or_none(state.links.tz_latest));
+  line("links agree", state.links_agree ? "yes" : "no");
+  line("localtime", state.localtime_resolves
+                        ? "resolves to a regular file"
+                        : "does not resolve to a regular file");
+  line("record", or_none(state.record));
+  line("cleanup marker", state.marker_present ? "present" : "absent");
+  line("verdict", state.consistent() ? "consistent" : "inconsistent");
+  for (const std::string& problem : state.problems) line("", problem);
+}
