@@ -1,0 +1,168 @@
+// Tested through every test that builds or reads a state or compares lines.
+#include "harness/harness.h"
+
+#include <sys/mman.h>  // memfd_create
+#include <sys/stat.h>
+#include <sys/wait.h>  // WEXITSTATUS, WTERMSIG
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+namespace stdfs = std::filesystem;
+
+namespace {
+
+std::string quote(const std::string& text) {
+  std::string out = "\"";
+  for (unsigned char c : text) {
+    char hex[5];
+    std::snprintf(hex, sizeof hex, "\\x%02x", c);
+    if (c == '\n') out += "\\n";
+    else if (c == '\t') out += "\\t";
+    else if (c == '\\' || c == '"') out += {'\\', char(c)};
+    else if (c < 0x20 || c >= 0x7f) out += hex;
+    else out += char(c);
+  }
+  return out + "\"";
+}
+
+std::string unquote(const std::string& quoted) {
+  std::string out;
+  for (size_t i = 1; i + 1 < quoted.size(); ++i) {
+    char c = quoted[i];
+    if (c == '\\') {
+      c = quoted[++i];
+      if (c == 'n') c = '\n';
+      else if (c == 't') c = '\t';
+      else if (c == 'x') c = char(std::stoi(quoted.substr(i + 1, 2), nullptr, 16));
+      if (quoted[i] == 'x') i += 2;
+    }
+    out += c;
+  }
+  return out;
+}
+
+void build_entry(const std::string& kind, const std::string& path,
+                 const std::string& rest) {
+  stdfs::create_directories(stdfs::path(path).parent_path());
+  const size_t end = rest.rfind('"');
+  if (kind == "dir") {
+    stdfs::create_directory(path);
+  } else if (kind == "file") {
+    std::ofstream(path, std::ios::binary) << unquote(rest.substr(0, end + 1));
+    if (end + 1 < rest.size())  // a mode follows
+      chmod(path.c_str(), std::stoi(rest.substr(end + 1), nullptr, 8));
+  } else if (kind == "link" && rest.starts_with("-> ")) {
+    const std::string target = rest.substr(3);
+    ASSERT_EQ(symlink((target[0] == '"' ? unquote(target) : target).c_str(),
+                      path.c_str()),
+              0);
+  } else {
+    ADD_FAILURE() << "bad state entry: " << kind << " " << path << rest;
+  }
+}
+
+// Targets stay raw unless they would not read back as written.
+std::string target_text(const std::string& target) {
+  const bool plain = !target.empty() && target[0] != '"' &&
+                     target.back() != ' ' &&
+                     std::all_of(target.begin(), target.end(), [](char c) {
+                       return c >= 0x20 && c < 0x7f;
+                     });
+  return plain ? target : quote(target);
+}
+
+std::string entry_line(const std::string& path) {
+  struct stat st;
+  lstat(path.c_str(), &st);
+  if (S_ISLNK(st.st_mode))
+    return "link " + path + " -> " + target_text(stdfs::read_symlink(path));
+  if (S_ISDIR(st.st_mode)) return stdfs::is_empty(path) ? "dir " + path : "";
+  std::ifstream in(path, std::ios::binary);
+  const std::string content((std::istreambuf_iterator<char>(in)), {});
+  char mode[8];
+  std::snprintf(mode, sizeof mode, " %04o", st.st_mode & 07777);
+  return "file " + path + " " + quote(content) +
+         ((st.st_mode & 07777) == 0644 ? "" : mode);
+}
+
+}  // namespace
+
+std::vector<std::string> lines_of(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) {
+    line.erase(0, line.find_first_not_of(' '));
+    if (!line.empty()) lines.push_back(line);
+  }
+  return lines;
+}
+
+void build_state(const std::string& description) {
+  for (const std::string& line : lines_of(description)) {
+    std::istringstream in(line);
+    std::string kind, path, rest;
+    in >> kind >> path;
+    std::getline(in >> std::ws, rest);
+    if (kind[0] != '#') build_entry(kind, path, rest);
+  }
+}
+
+std::string read_state() {
+  std::vector<std::string> lines;
+  std::error_code ec;
+  for (const auto& entry : stdfs::recursive_directory_iterator("/var/db", ec))
+    if (std::string line = entry_line(entry.path()); !line.empty())
+      lines.push_back(line);
+  std::sort(lines.begin(), lines.end());
+  std::string out;
+  for (const auto& line : lines) out += line + "\n";
+  return out;
+}
+
+void clear_state() {
+  for (const char* top : {"/var", "/usr/share"})
+    for (const auto& entry : stdfs::directory_iterator(top))
+      stdfs::remove_all(entry.path());
+}
+
+// The action must not throw: standard error would stay captured.
+std::string stderr_of(const std::function<void()>& action) {
+  const int capture = memfd_create("stderr", 0), saved = dup(2);
+  std::fflush(stderr);
+  dup2(capture, 2);
+  action();
+  std::fflush(stderr);
+  dup2(saved, 2);
+  close(saved);
+  std::string text(lseek(capture, 0, SEEK_CUR), '\0');
+  (void)pread(capture, text.data(), text.size(), 0);
+  close(capture);
+  return text;
+}
+
+void expect_lines(const std::string& expected, const std::string& actual) {
+  const auto want = lines_of(expected), got = lines_of(actual);
+  bool same = want.size() == got.size();
+  for (size_t i = 0; same && i < want.size(); ++i) {
+    const std::string& w = want[i];
+    same = w.ends_with(": *") ? got[i].starts_with(w.substr(0, w.size() - 1))
+                              : w == got[i];
+  }
+  EXPECT_TRUE(same) << "expected stderr:\n" << expected << "actual stderr:\n"
+                    << actual;
+}
+
+int run_tool(std::string& stderr_text) {
+  FILE* tool = popen(MIRA_TZLINK_BINARY " 2>&1 >/dev/null", "r");
+  stderr_text.clear();
+  for (int c; (c = std::fgetc(tool)) != EOF;) stderr_text += char(c);
+  const int status = pclose(tool);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
