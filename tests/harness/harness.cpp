@@ -1,10 +1,9 @@
 // Tested through every test that builds or reads a state or compares lines.
 #include "harness/harness.h"
 
-#include <sys/mman.h>  // memfd_create
 #include <sys/stat.h>
 #include <sys/wait.h>  // WEXITSTATUS, WTERMSIG
-#include <unistd.h>
+#include <unistd.h>  // symlink
 
 #include <algorithm>
 #include <cstdio>
@@ -71,10 +70,7 @@ void build_entry(const std::string& kind, const std::string& path,
 // Targets stay raw unless they would not read back as written.
 std::string target_text(const std::string& target) {
   const bool plain = !target.empty() && target[0] != '"' &&
-                     target.back() != ' ' &&
-                     std::all_of(target.begin(), target.end(), [](char c) {
-                       return c >= 0x20 && c < 0x7f;
-                     });
+                     target.back() != ' ' && quote(target) == '"' + target + '"';
   return plain ? target : quote(target);
 }
 
@@ -132,19 +128,10 @@ void clear_state() {
       stdfs::remove_all(entry.path());
 }
 
-// The action must not throw: standard error would stay captured.
 std::string stderr_of(const std::function<void()>& action) {
-  const int capture = memfd_create("stderr", 0), saved = dup(2);
-  std::fflush(stderr);
-  dup2(capture, 2);
+  testing::internal::CaptureStderr();  // at the descriptor: warn(3) too
   action();
-  std::fflush(stderr);
-  dup2(saved, 2);
-  close(saved);
-  std::string text(lseek(capture, 0, SEEK_CUR), '\0');
-  (void)pread(capture, text.data(), text.size(), 0);
-  close(capture);
-  return text;
+  return testing::internal::GetCapturedStderr();
 }
 
 void expect_lines(const std::string& expected, const std::string& actual) {
