@@ -38,10 +38,13 @@ TEST(dataset_version, parses_or_warns) {
     SCOPED_TRACE(c.text);
     dataset_version v("2020a.5.5");  // a parse overwrites every field
     // errno is set before the parse: both lines must carry it.
-    const std::string stem = "mira-tzlink: Cannot parse version string " +
-                             std::string(c.text);
-    expect_lines(c.fields != unset ? "" : stem + ", results.size() = 0: "
-                 "Operation not permitted\n" + stem + ": Operation not permitted",
+    const std::string stem =
+        "mira-tzlink: Cannot parse version string " + std::string(c.text);
+    const std::string warned = stem +
+                               ", results.size() = 0: Operation not "
+                               "permitted\n" +
+                               stem + ": Operation not permitted\n";
+    expect_lines(c.fields == unset ? warned : "",
                  stderr_of([&] { errno = EPERM, v.parse(c.text); }));
     EXPECT_EQ(fields(v), c.fields);
   }

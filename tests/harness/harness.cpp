@@ -3,7 +3,7 @@
 
 #include <sys/stat.h>
 #include <sys/wait.h>  // WEXITSTATUS, WTERMSIG
-#include <unistd.h>  // symlink
+#include <unistd.h>    // symlink
 
 #include <algorithm>
 #include <cstdio>
@@ -17,16 +17,18 @@ namespace stdfs = std::filesystem;
 
 namespace {
 
+// What a backslash and a letter stand for in a quoted field, and \xHH.
+const std::string specials = "\n\t\\\"", letters = "nt\\\"";
+
 std::string quote(const std::string& text) {
   std::string out = "\"";
   for (unsigned char c : text) {
     char hex[5];
     std::snprintf(hex, sizeof hex, "\\x%02x", c);
-    if (c == '\n') out += "\\n";
-    else if (c == '\t') out += "\\t";
-    else if (c == '\\' || c == '"') out += {'\\', char(c)};
-    else if (c < 0x20 || c >= 0x7f) out += hex;
-    else out += char(c);
+    if (const size_t e = specials.find(char(c)); e != std::string::npos)
+      out += {'\\', letters[e]};
+    else
+      out += c < 0x20 || c >= 0x7f ? hex : std::string(1, char(c));
   }
   return out + "\"";
 }
@@ -34,15 +36,15 @@ std::string quote(const std::string& text) {
 std::string unquote(const std::string& quoted) {
   std::string out;
   for (size_t i = 1; i + 1 < quoted.size(); ++i) {
-    char c = quoted[i];
-    if (c == '\\') {
-      c = quoted[++i];
-      if (c == 'n') c = '\n';
-      else if (c == 't') c = '\t';
-      else if (c == 'x') c = char(std::stoi(quoted.substr(i + 1, 2), nullptr, 16));
-      if (quoted[i] == 'x') i += 2;
+    if (quoted[i] != '\\') {
+      out += quoted[i];
+    } else if (quoted[++i] == 'x') {
+      out += char(std::stoi(quoted.substr(i + 1, 2), nullptr, 16));
+      i += 2;
+    } else {
+      const size_t e = letters.find(quoted[i]);  // others stand for themselves
+      out += e == std::string::npos ? quoted[i] : specials[e];
     }
-    out += c;
   }
   return out;
 }
@@ -70,7 +72,8 @@ void build_entry(const std::string& kind, const std::string& path,
 // Targets stay raw unless they would not read back as written.
 std::string target_text(const std::string& target) {
   const bool plain = !target.empty() && target[0] != '"' &&
-                     target.back() != ' ' && quote(target) == '"' + target + '"';
+                     target.back() != ' ' &&
+                     quote(target) == '"' + target + '"';
   return plain ? target : quote(target);
 }
 
@@ -142,7 +145,8 @@ void expect_lines(const std::string& expected, const std::string& actual) {
     same = w.ends_with(": *") ? got[i].starts_with(w.substr(0, w.size() - 1))
                               : w == got[i];
   }
-  EXPECT_TRUE(same) << "expected stderr:\n" << expected << "actual stderr:\n"
+  EXPECT_TRUE(same) << "expected stderr:\n"
+                    << expected << "actual stderr:\n"
                     << actual;
 }
 

@@ -30,8 +30,9 @@ int main(int argc, char** argv) {
   if (!testing::GTEST_FLAG(list_tests) &&
       (!std::getenv("MIRA_TZLINK_SANDBOX") || !on_tmpfs("/var") ||
        !on_tmpfs("/usr/share"))) {
-    std::puts("refusing to run outside the sandbox; run it through ctest or "
-              "tools/sandbox --empty");
+    std::puts(
+        "refusing to run outside the sandbox; run it through ctest or "
+        "tools/sandbox --empty");
     return 1;
   }
   // warn(3) lines then start as the tool's own do.

@@ -29,7 +29,8 @@ TEST(touch_cleanup_marker, keeps_what_is_there_without_a_class) {
     expect_lines("", stderr_of(touch_cleanup_marker));
     EXPECT_EQ(read_state(), c.then);
     EXPECT_LT(getxattr("/var/db/timezone/needs_cleanup",
-                       "user.protection_class", nullptr, 0), 0);
+                       "user.protection_class", nullptr, 0),
+              0);
   }
 }
 
