@@ -2,7 +2,8 @@
 #include "harness/harness.h"
 
 #include <sys/stat.h>
-#include <sys/wait.h>  // WEXITSTATUS, WTERMSIG
+#include <sys/wait.h>   // WEXITSTATUS, WTERMSIG
+#include <sys/xattr.h>  // setxattr
 #include <unistd.h>    // symlink
 
 #include <algorithm>
@@ -63,6 +64,10 @@ void build_entry(const std::string& kind, const std::string& path,
     const std::string target = rest.substr(3);
     ASSERT_EQ(symlink((target[0] == '"' ? unquote(target) : target).c_str(),
                       path.c_str()),
+              0);
+  } else if (kind == "class") {
+    ASSERT_EQ(setxattr(path.c_str(), "user.protection_class", rest.data(),
+                       rest.size(), 0),
               0);
   } else {
     ADD_FAILURE() << "bad state entry: " << kind << " " << path << rest;
@@ -151,7 +156,9 @@ void expect_lines(const std::string& expected, const std::string& actual) {
 }
 
 int run_tool(std::string& stderr_text) {
-  FILE* tool = popen(MIRA_TZLINK_BINARY " 2>&1 >/dev/null", "r");
+  // Standard input closed, as a boot may start it: the first file the tool
+  // opens gets descriptor 0.
+  FILE* tool = popen(MIRA_TZLINK_BINARY " 2>&1 >/dev/null <&-", "r");
   stderr_text.clear();
   for (int c; (c = std::fgetc(tool)) != EOF;) stderr_text += char(c);
   const int status = pclose(tool);

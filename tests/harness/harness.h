@@ -5,6 +5,7 @@
 //   file PATH "content" [MODE]     content in C escapes (\n \t \\ \" \xHH)
 //   dir PATH
 //   link PATH -> TARGET             TARGET raw, or "quoted" with escapes
+//   class PATH VALUE                (to build only) a protection class
 // and warning lines captured and compared whole. Only used in the sandbox.
 
 #include <functional>
@@ -28,8 +29,9 @@ std::string stderr_of(const std::function<void()>& action);
 // expected line ending in ": *" accepts any errno text after that ": ".
 void expect_lines(const std::string& expected, const std::string& actual);
 
-// Runs the built mira-tzlink once with no arguments: its exit status, or
-// 128 plus the signal that ended it, and its standard error.
+// Runs the built mira-tzlink once with no arguments and standard input
+// closed: its exit status, or 128 plus the signal that ended it, and its
+// standard error.
 int run_tool(std::string& stderr_text);
 
 // The lines of `text` that hold more than spaces, without leading spaces.
