@@ -1,5 +1,5 @@
-// Runs every scenario of tests/scenarios/*.scn: the real binary, once, on a
-// fresh /var and /usr/share holding only what the scenario gives.
+// Runs every scenario of tests/scenarios/*.scn: the real binary on a fresh
+// /var and /usr/share holding only what the scenario gives.
 //   scenario NAME      starts one; "# ..." lines before it say why it matters
 //   given / stderr / then, each followed by indented lines: the state
 //                      before, the expected warning lines in order, and the
@@ -7,7 +7,8 @@
 //   readonly PATH      PATH is mounted read-only while the tool runs
 //   class PATH VALUE   PATH's data-protection class afterwards, or "none"
 //   exit N             the expected exit status
-// Two more boots follow, which must settle.
+// What the first boot leaves is checked; two more boots follow, and the
+// third must leave the links as the second did.
 #include <sys/mount.h>  // mount, umount2, MS_*
 #include <sys/xattr.h>  // getxattr
 
