@@ -1,6 +1,6 @@
 // The test executable refuses to run outside the sandbox, where clearing
 // /var would clear the machine's own.
-#include <errno.h>  // program_invocation_short_name
+#include <errno.h>        // program_invocation_short_name
 #include <linux/magic.h>  // TMPFS_MAGIC
 #include <sys/stat.h>     // umask
 #include <sys/vfs.h>      // statfs
@@ -10,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include "harness/state.h"
+#include "harness/harness.h"
 
 namespace {
 
@@ -27,13 +27,12 @@ class fresh_state : public testing::EmptyTestEventListener {
 
 int main(int argc, char** argv) {
   testing::InitGoogleTest(&argc, argv);
-  if (testing::GTEST_FLAG(list_tests)) return RUN_ALL_TESTS();
-  if (std::getenv("MIRA_TZLINK_SANDBOX") == nullptr || !on_tmpfs("/var") ||
-      !on_tmpfs("/usr/share")) {
-    std::fprintf(stderr,
-                 "%s: refusing to run outside the sandbox; run it through "
-                 "ctest or tools/sandbox --empty\n",
-                 argv[0]);
+  if (!testing::GTEST_FLAG(list_tests) &&
+      (!std::getenv("MIRA_TZLINK_SANDBOX") || !on_tmpfs("/var") ||
+       !on_tmpfs("/usr/share"))) {
+    std::puts(
+        "refusing to run outside the sandbox; run it through ctest or "
+        "tools/sandbox --empty");
     return 1;
   }
   // warn(3) lines then start as the tool's own do.

@@ -6,8 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "harness/capture.h"
-#include "harness/state.h"
+#include "harness/harness.h"
 
 namespace {
 
@@ -35,7 +34,7 @@ TEST(preview_command, makes_its_own_user_namespace_without_root) {
   const tool_run run = preview_as({"--map-user=1000", "--map-group=1000"});
   if (run.stderr_text.find("unrecognized option") != std::string::npos)
     GTEST_SKIP() << "unshare cannot map a user (util-linux before 2.38)";
-  EXPECT_EQ(run.exit_status, 0) << run.stderr_text;
+  EXPECT_EQ(run.status, 0) << run.stderr_text;
   expect_lines(
       "The next boot would write:\n"
       "mira-tzlink: localtime link invalid; resetting to America/Los_Angeles: "
@@ -53,7 +52,7 @@ TEST(preview_command, says_why_without_root_or_user_namespace) {
   if (access(unshare, X_OK) != 0) GTEST_SKIP() << "no " << unshare;
   build_state(state);
   const tool_run run = preview_as({});
-  EXPECT_EQ(run.exit_status, 2);
+  EXPECT_EQ(run.status, 2);
   expect_lines(
       "mira-tzctl: Cannot make a private view of /var/db: not root, and no "
       "user namespace could be made: *\n",

@@ -1,0 +1,190 @@
+// Tested through every test that builds or reads a state or compares lines.
+#include "harness/harness.h"
+
+#include <sys/mman.h>   // memfd_create
+#include <sys/stat.h>
+#include <sys/wait.h>   // wait, WEXITSTATUS, WTERMSIG
+#include <sys/xattr.h>  // setxattr
+#include <unistd.h>     // symlink, fork, execv
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+namespace stdfs = std::filesystem;
+
+namespace {
+
+// What a backslash and a letter stand for in a quoted field, and \xHH.
+const std::string specials = "\n\t\\\"", letters = "nt\\\"";
+
+std::string quote(const std::string& text) {
+  std::string out = "\"";
+  for (unsigned char c : text) {
+    char hex[5];
+    std::snprintf(hex, sizeof hex, "\\x%02x", c);
+    if (const size_t e = specials.find(char(c)); e != std::string::npos)
+      out += {'\\', letters[e]};
+    else
+      out += c < 0x20 || c >= 0x7f ? hex : std::string(1, char(c));
+  }
+  return out + "\"";
+}
+
+std::string unquote(const std::string& quoted) {
+  std::string out;
+  for (size_t i = 1; i + 1 < quoted.size(); ++i) {
+    if (quoted[i] != '\\') {
+      out += quoted[i];
+    } else if (quoted[++i] == 'x') {
+      out += char(std::stoi(quoted.substr(i + 1, 2), nullptr, 16));
+      i += 2;
+    } else {
+      const size_t e = letters.find(quoted[i]);  // others stand for themselves
+      out += e == std::string::npos ? quoted[i] : specials[e];
+    }
+  }
+  return out;
+}
+
+void build_entry(const std::string& kind, const std::string& path,
+                 const std::string& rest) {
+  stdfs::create_directories(stdfs::path(path).parent_path());
+  const size_t end = rest.rfind('"');
+  if (kind == "dir") {
+    stdfs::create_directory(path);
+  } else if (kind == "file") {
+    std::ofstream(path, std::ios::binary) << unquote(rest.substr(0, end + 1));
+    if (end + 1 < rest.size())  // a mode follows
+      chmod(path.c_str(), std::stoi(rest.substr(end + 1), nullptr, 8));
+  } else if (kind == "link" && rest.starts_with("-> ")) {
+    const std::string target = rest.substr(3);
+    ASSERT_EQ(symlink((target[0] == '"' ? unquote(target) : target).c_str(),
+                      path.c_str()),
+              0);
+  } else if (kind == "class") {
+    ASSERT_EQ(setxattr(path.c_str(), "user.protection_class", rest.data(),
+                       rest.size(), 0),
+              0);
+  } else {
+    ADD_FAILURE() << "bad state entry: " << kind << " " << path << rest;
+  }
+}
+
+// Targets stay raw unless they would not read back as written.
+std::string target_text(const std::string& target) {
+  const bool plain = !target.empty() && target[0] != '"' &&
+                     target.back() != ' ' &&
+                     quote(target) == '"' + target + '"';
+  return plain ? target : quote(target);
+}
+
+std::string entry_line(const std::string& path) {
+  struct stat st;
+  lstat(path.c_str(), &st);
+  if (S_ISLNK(st.st_mode))
+    return "link " + path + " -> " + target_text(stdfs::read_symlink(path));
+  if (S_ISDIR(st.st_mode)) return stdfs::is_empty(path) ? "dir " + path : "";
+  std::ifstream in(path, std::ios::binary);
+  const std::string content((std::istreambuf_iterator<char>(in)), {});
+  char mode[8];
+  std::snprintf(mode, sizeof mode, " %04o", st.st_mode & 07777);
+  return "file " + path + " " + quote(content) +
+         ((st.st_mode & 07777) == 0644 ? "" : mode);
+}
+
+// Everything written to the memory file `fd`, which is then closed.
+std::string contents_of(int fd) {
+  std::string text;
+  char buffer[4096];
+  lseek(fd, 0, SEEK_SET);
+  for (ssize_t n; (n = read(fd, buffer, sizeof buffer)) > 0;)
+    text.append(buffer, n);
+  close(fd);
+  return text;
+}
+
+}  // namespace
+
+std::vector<std::string> lines_of(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) {
+    line.erase(0, line.find_first_not_of(' '));
+    if (!line.empty()) lines.push_back(line);
+  }
+  return lines;
+}
+
+void build_state(const std::string& description) {
+  for (const std::string& line : lines_of(description)) {
+    std::istringstream in(line);
+    std::string kind, path, rest;
+    in >> kind >> path;
+    std::getline(in >> std::ws, rest);
+    if (kind[0] != '#') build_entry(kind, path, rest);
+  }
+}
+
+std::string read_state() {
+  std::vector<std::string> lines;
+  std::error_code ec;
+  for (const auto& entry : stdfs::recursive_directory_iterator("/var/db", ec))
+    if (std::string line = entry_line(entry.path()); !line.empty())
+      lines.push_back(line);
+  std::sort(lines.begin(), lines.end());
+  std::string out;
+  for (const auto& line : lines) out += line + "\n";
+  return out;
+}
+
+void clear_state() {
+  for (const char* top : {"/var", "/usr/share"})
+    for (const auto& entry : stdfs::directory_iterator(top))
+      stdfs::remove_all(entry.path());
+}
+
+std::string stderr_of(const std::function<void()>& action) {
+  testing::internal::CaptureStderr();  // at the descriptor: warn(3) too
+  action();
+  return testing::internal::GetCapturedStderr();
+}
+
+void expect_lines(const std::string& expected, const std::string& actual) {
+  const auto want = lines_of(expected), got = lines_of(actual);
+  bool same = want.size() == got.size();
+  for (size_t i = 0; same && i < want.size(); ++i) {
+    const std::string& w = want[i];
+    same = w.ends_with(": *") ? got[i].starts_with(w.substr(0, w.size() - 1))
+                              : w == got[i];
+  }
+  EXPECT_TRUE(same) << "expected lines:\n"
+                    << expected << "actual lines:\n"
+                    << actual;
+}
+
+tool_run run_tool(const std::vector<std::string>& command) {
+  std::vector<const char*> argv;
+  for (const auto& word : command) argv.push_back(word.c_str());
+  if (argv.empty()) argv.push_back(MIRA_TZLINK_BINARY);
+  argv.push_back(nullptr);
+  const int out = memfd_create("stdout", MFD_CLOEXEC);
+  const int err = memfd_create("stderr", MFD_CLOEXEC);
+  if (fork() == 0) {
+    // Standard input closed, as a boot may start it: the first file the
+    // tool opens gets descriptor 0.
+    close(0);
+    dup2(out, 1);
+    dup2(err, 2);
+    execv(argv[0], const_cast<char* const*>(argv.data()));
+    _exit(127);
+  }
+  int status = 0;
+  wait(&status);
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status),
+          contents_of(out), contents_of(err)};
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+// What tests and scenarios share: file-system states in a compact form, one
+// entry a line, paths absolute, parent directories implied:
+//   file PATH "content" [MODE]     content in C escapes (\n \t \\ \" \xHH)
+//   dir PATH
+//   link PATH -> TARGET             TARGET raw, or "quoted" with escapes
+//   class PATH VALUE                (to build only) a protection class
+// and warning lines captured and compared whole. Only used in the sandbox.
+
+#include <functional>
+#include <string>
+#include <vector>
+
+// Creates every entry of `description`; a test fails on any error.
+void build_state(const std::string& description);
+
+// Everything below /var/db, sorted by path, in the form above. Directories
+// appear only when empty; files carry their mode only when it is not 0644.
+std::string read_state();
+
+// Empties /var and /usr/share, so that every test starts from nothing.
+void clear_state();
+
+// What `action` writes on standard error (fd 2) while it runs.
+std::string stderr_of(const std::function<void()>& action);
+
+// Expects `actual` to hold exactly the lines of `expected`, in order. An
+// expected line ending in ": *" accepts any errno text after that ": ".
+void expect_lines(const std::string& expected, const std::string& actual);
+
+struct tool_run {
+  int status;  // the exit status, or 128 plus the signal that ended it
+  std::string stdout_text, stderr_text;
+};
+
+// Runs `command` once, a program's path and its arguments (by default the
+// built mira-tzlink with none), with standard input closed.
+tool_run run_tool(const std::vector<std::string>& command = {});
+
+// The lines of `text` that hold more than spaces, without leading spaces.
+std::vector<std::string> lines_of(const std::string& text);
