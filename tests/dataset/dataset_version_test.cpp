@@ -27,6 +27,7 @@ const struct { const char* text; const char* fields; } parse_cases[] = {
   {"007ab.02.3", "7 ab 2 3"}, {"2147483647z", "2147483647 z -1 -1"},
   {"19c.1.0.1", unset}, {"19C", unset}, {".1.0", unset}, {"", unset},
   {"19c.", unset}, {"19c.1.0/", unset}, {"19", unset}, {" 19c", unset},
+  {"19c12", unset}, {"19c.1x", unset},
   {long_number.c_str(), "1 c 1 -1"},
 };
 // clang-format on
