@@ -1,4 +1,4 @@
-// Tested by tests/dataset/mira_dataset_test.cpp.
+// Tested by tests/scenarios/reconcile.scn and update.scn.
 #include "dataset/mira_dataset.h"
 
 #include <err.h>  // warn

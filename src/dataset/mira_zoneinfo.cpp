@@ -1,4 +1,4 @@
-// Tested by tests/dataset/mira_zoneinfo_test.cpp.
+// Tested by tests/scenarios/update.scn and hostile.scn.
 #include "dataset/mira_zoneinfo.h"
 
 #include <err.h>  // warn

@@ -1,4 +1,5 @@
-// Tested by tests/fs/operations_test.cpp.
+// Tested by tests/scenarios/ (hostile.scn, migration.scn) and the crash
+// and error injection in tests/crash/.
 #include "fs/operations.h"
 
 #include <err.h>  // warn

@@ -1,4 +1,5 @@
-// Tested by tests/fs/operations_test.cpp and the marker scenarios.
+// Tested by the class lines of tests/scenarios/startup.scn and
+// tests/startup/touch_cleanup_marker_test.cpp.
 #include "fs/platform.h"
 
 #include <errno.h>

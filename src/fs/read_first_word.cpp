@@ -1,5 +1,4 @@
-// Tested by tests/dataset/mira_zoneinfo_test.cpp,
-// tests/dataset/mira_icu_test.cpp and tests/scenarios/long_words.scn.
+// Tested by tests/scenarios/long_words.scn and icu_schema.scn.
 #include "fs/read_first_word.h"
 
 #include <errno.h>

@@ -1,4 +1,4 @@
-// Tested by tests/startup/active_links_test.cpp and tests/scenarios/.
+// Tested by tests/scenarios/ (reconcile.scn, hostile.scn).
 #include "startup/active_links.h"
 
 #include <err.h>  // warn

@@ -1,4 +1,5 @@
-// Tested by tests/scenarios/update.scn and tests/startup/main_test.cpp.
+// Tested by tests/scenarios/update.scn and
+// tests/startup/touch_cleanup_marker_test.cpp.
 #include "startup/touch_cleanup_marker.h"
 
 #include <err.h>    // warn
