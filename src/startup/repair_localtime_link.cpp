@@ -11,7 +11,6 @@
 
 namespace {
 
-constexpr char localtime_link[] = "/var/db/timezone/localtime";
 constexpr std::string_view accepted_prefix = mira_zoneinfo::link_path;
 constexpr std::string_view replaced_prefix = "/usr/share/zoneinfo";
 constexpr char default_localtime_zone[] = "America/Los_Angeles";

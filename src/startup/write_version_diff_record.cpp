@@ -7,7 +7,6 @@
 
 namespace {
 
-constexpr char record_path[] = "/var/db/timezone/TZVersionDiffRecord";
 
 // write(2) until all of `text` is out; a failure ends it silently.
 void write_all(int fd, const std::string& text) {
@@ -27,7 +26,7 @@ void write_version_diff_record(const std::string& previous,
   // that cannot be opened or written is passed over: the activation it
   // records stands either way.
   const int fd =
-      open(record_path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+      open(version_diff_record, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
   if (fd == -1) return;
   // In one write(2): a kill never leaves the first version alone in it.
   write_all(fd, previous + "_" + next);

@@ -6,5 +6,8 @@
 
 #include <string>
 
+inline constexpr char version_diff_record[] =
+    "/var/db/timezone/TZVersionDiffRecord";
+
 void write_version_diff_record(const std::string& previous,
                                const std::string& next);

@@ -14,7 +14,9 @@
 #include "dataset/mira_zoneinfo.h"
 #include "fs/operations.h"
 #include "startup/active_links.h"
+#include "startup/repair_localtime_link.h"
 #include "startup/touch_cleanup_marker.h"
+#include "startup/write_version_diff_record.h"
 #include "tzctl/state_paths.h"
 
 namespace {
@@ -36,7 +38,7 @@ std::optional<std::string> link_entry(
 link_targets read_links() {
   return {link_entry([] { return fs::read_symlink(mira_zoneinfo::link_path); }),
           link_entry([] { return fs::read_symlink(mira_icu::link_path); }),
-          link_entry([] { return fs::read_symlink(localtime_link_path); }),
+          link_entry([] { return fs::read_symlink(localtime_link); }),
           link_entry(read_latest_link)};
 }
 
@@ -122,8 +124,8 @@ bool resolves_to_regular_file(const char* path) {
 }
 
 std::optional<std::string> read_record() {
-  if (!resolves_to_regular_file(version_record_path)) return std::nullopt;
-  std::ifstream in(version_record_path);
+  if (!resolves_to_regular_file(version_diff_record)) return std::nullopt;
+  std::ifstream in(version_diff_record);
   std::ostringstream text;
   text << in.rdbuf();
   return text.str();
@@ -145,7 +147,7 @@ timezone_state::timezone_state() : links(read_links()) {
   if (links.tz_latest)
     latest = weigh_latest(*links.tz_latest, system_set,
                           current ? *current : system_set);
-  localtime_resolves = resolves_to_regular_file(localtime_link_path);
+  localtime_resolves = resolves_to_regular_file(localtime_link);
   if (!localtime_resolves)
     problems.emplace_back(
         "The localtime link does not resolve to a regular file.");
