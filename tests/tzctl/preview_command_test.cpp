@@ -1,8 +1,11 @@
-// mira-tzctl preview without root, which scenarios cannot show: it makes a
-// user namespace of its own, or says why it cannot.
+// mira-tzctl preview where scenarios cannot show it: without root, where
+// it makes a user namespace of its own or says why it cannot, and without
+// a boot tool to run.
 #include <gtest/gtest.h>
-#include <unistd.h>  // access
+#include <sys/mount.h>  // mount
+#include <unistd.h>     // access
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -58,6 +61,21 @@ TEST(preview_command, says_why_without_root_or_user_namespace) {
       "user namespace could be made: *\n",
       run.stderr_text);
   EXPECT_EQ(run.stdout_text, "");
+}
+
+// Installed alone, with no boot tool beside it or in /usr/sbin: it says
+// which program it could not run.
+TEST(preview_command, names_the_boot_tool_it_cannot_find) {
+  const char alone[] = "/var/tmp/mira-tzctl";
+  std::filesystem::create_directories("/var/tmp");
+  std::filesystem::copy_file(MIRA_TZCTL_BINARY, alone);
+  ASSERT_EQ(mount("none", "/usr/sbin", "tmpfs", 0, nullptr), 0);
+  const tool_run run = run_tool({alone, "preview"});
+  EXPECT_EQ(run.status, 2);
+  expect_lines(
+      "mira-tzctl: Cannot run /usr/sbin/mira-tzlink: No such file or "
+      "directory\n",
+      run.stderr_text);
 }
 
 }  // namespace
