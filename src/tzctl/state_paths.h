@@ -1,7 +1,8 @@
 #pragma once
 
-// Fixed paths mira-tzctl reads or writes that neither the data set model
-// nor the boot's headers name: the boot keeps these inside its stages.
+// Fixed paths mira-tzctl needs that no header of the boot names: the two
+// directories it copies and walks, and /var/db/icu, which only the boot's
+// main removes.
 inline constexpr char data_directory[] = "/var/db";
 inline constexpr char timezone_directory[] = "/var/db/timezone";
 inline constexpr char legacy_icu_path[] = "/var/db/icu";
