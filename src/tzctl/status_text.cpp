@@ -5,27 +5,10 @@
 #include <optional>
 #include <string>
 
+#include "tzctl/printable_text.h"
 #include "tzctl/timezone_state.h"
 
 namespace {
-
-// Link targets and the record are bytes: a control byte must not break
-// the one line each is given.
-std::string printable(const std::string& text) {
-  std::string out;
-  for (const unsigned char c : text) {
-    if (c == '\n') {
-      out += "\\n";
-    } else if (c < 0x20 || c == 0x7f) {
-      char escaped[5];
-      std::snprintf(escaped, sizeof escaped, "\\x%02x", c);
-      out += escaped;
-    } else {
-      out += static_cast<char>(c);
-    }
-  }
-  return out;
-}
 
 void line(const char* label, const std::string& value) {
   std::printf("%-15s %s\n", label, printable(value).c_str());

@@ -1,35 +1,18 @@
 // Tested by tests/scenarios/tzctl_preview.scn.
 #include "tzctl/tree_snapshot.h"
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <vector>
 
 #include "dataset/mira_dataset.h"
+#include "tzctl/printable_text.h"
 #include "tzctl/state_paths.h"
 
 namespace stdfs = std::filesystem;
 
 namespace {
-
-// Control bytes escaped, so that one entry stays one line.
-std::string quoted(const std::string& text) {
-  std::string out = "\"";
-  for (const unsigned char c : text) {
-    if (c == '\n') {
-      out += "\\n";
-    } else if (c < 0x20 || c == 0x7f || c == '"' || c == '\\') {
-      char escaped[5];
-      std::snprintf(escaped, sizeof escaped, "\\x%02x", c);
-      out += escaped;
-    } else {
-      out += static_cast<char>(c);
-    }
-  }
-  return out + "\"";
-}
 
 std::string described(const stdfs::directory_entry& entry) {
   const stdfs::file_status status = entry.symlink_status();
@@ -40,7 +23,7 @@ std::string described(const stdfs::directory_entry& entry) {
   std::ifstream in(entry.path(), std::ios::binary);
   std::ostringstream content;
   content << in.rdbuf();
-  return "file " + quoted(content.str());
+  return "file \"" + printable(content.str(), "\"\\") + "\"";
 }
 
 std::string entry_at(const tree_snapshot& snapshot, const std::string& path) {
