@@ -7,7 +7,8 @@
 //   readonly PATH      PATH is mounted read-only while the tool runs
 //   class PATH VALUE   PATH's data-protection class afterwards, or "none"
 //   run PROGRAM ARGS   what runs: mira-tzlink (the default, with no
-//                      arguments) or mira-tzctl, with these arguments
+//                      arguments) or mira-tzctl, with these arguments;
+//                      "> PATH" at the end sends standard output there
 //   stdout             like stderr: the whole standard output expected
 //   exit N             the expected exit status
 // What the first run leaves is checked; after a boot, two more boots
@@ -100,8 +101,13 @@ TEST_P(scenarios, run) {
                     MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr),
               0);
   }
-  const auto command = command_of(s.sections["run"]);
-  const tool_run run = run_tool(command);
+  auto command = command_of(s.sections["run"]);
+  std::string stdout_path;
+  if (command.size() > 2 && command[command.size() - 2] == ">") {
+    stdout_path = command.back();
+    command.resize(command.size() - 2);
+  }
+  const tool_run run = run_tool(command, stdout_path);
   EXPECT_EQ(run.status, s.exit_status);
   for (const auto& path : readonly) umount2(path.c_str(), MNT_DETACH);
   expect_lines(s.sections["stderr"], run.stderr_text);

@@ -1,41 +1,124 @@
-// Tested by tests/scenarios/tzctl_*.scn.
+// Tested by tests/scenarios/tzctl_usage.scn.
+#include <err.h>  // warn, warnx
+
 #include <cstdio>
+#include <span>
 #include <string_view>
 
 #include "tzctl/clean_command.h"
+#include "tzctl/command_line.h"
+#include "tzctl/exit_status.h"
 #include "tzctl/preview_command.h"
+#include "tzctl/printable_text.h"
 #include "tzctl/status_command.h"
 
 namespace {
 
-constexpr char usage[] =
-    "usage: mira-tzctl status [--json] | preview | clean [--dry-run]\n";
-constexpr char summary[] =
-    "  status     which time-zone data is in use, and whether the links "
-    "agree\n"
-    "  preview    what the next boot would write and change, tried on a "
-    "private copy\n"
-    "  clean      remove the update directories that no link names\n"
-    "See mira-tzctl(8).\n";
+struct command {
+  std::string_view name;
+  command_syntax syntax;
+  const char* synopsis;  // the usage line after "mira-tzctl "
+  const char* help;      // what it does and what its options mean
+  int (*run)(const command_arguments&);
+};
+
+const command commands[] = {
+    {"status",
+     {{"--json"}, {}, 0, 0},
+     "status [--json]",
+     "Shows which time-zone data is in use and whether the links agree,\n"
+     "and exits 1 when they do not. Reads, never writes.\n"
+     "  --json   the same as one JSON object\n",
+     [](const command_arguments& a) {
+       return status_command(a.has("--json"));
+     }},
+    {"preview",
+     {{}, {}, 0, 0},
+     "preview",
+     "Runs the boot tool once on a private view of /var/db and shows the\n"
+     "lines it would write and every entry it would change.\n",
+     [](const command_arguments&) { return preview_command(); }},
+    {"clean",
+     {{"--dry-run"}, {}, 0, 0},
+     "clean [--dry-run]",
+     "After a boot that left the clean-up marker, removes the update\n"
+     "directories that no time-zone link names.\n"
+     "  --dry-run   show what would go, and change nothing\n",
+     [](const command_arguments& a) {
+       return clean_command(a.has("--dry-run"));
+     }},
+};
+
+bool is_help(std::string_view word) { return word == "-h" || word == "--help"; }
+
+void print_general_help() {
+  std::printf("usage: mira-tzctl COMMAND [OPTION...]\n");
+  for (const command& c : commands)
+    std::printf("       mira-tzctl %s\n", c.synopsis);
+  std::printf(
+      "       mira-tzctl [-h | --help | --version]\n"
+      "Run 'mira-tzctl COMMAND --help' for what a command does. See "
+      "mira-tzctl(8).\n");
+}
+
+int usage_error(const std::string& what, const char* synopsis) {
+  warnx("%s", printable(what).c_str());
+  std::fprintf(stderr, "usage: mira-tzctl %s\n", synopsis);
+  return exit_status::usage;
+}
+
+const command* find_command(std::string_view name) {
+  for (const command& c : commands)
+    if (c.name == name) return &c;
+  return nullptr;
+}
+
+int run_command(const command& c, std::span<char* const> words) {
+  if (words.size() == 1 && is_help(words[0])) {
+    std::printf("usage: mira-tzctl %s\n%s", c.synopsis, c.help);
+    return exit_status::ok;
+  }
+  std::string error;
+  const auto arguments = parse_arguments(c.syntax, words, error);
+  if (!arguments) return usage_error(error, c.synopsis);
+  return c.run(*arguments);
+}
+
+int dispatch(std::span<char* const> words) {
+  constexpr char general[] = "COMMAND [OPTION...] | --help | --version";
+  if (words.empty()) return usage_error("no command given", general);
+  const std::string_view first = words[0];
+  if (words.size() == 1 && (is_help(first) || first == "help")) {
+    print_general_help();
+    return exit_status::ok;
+  }
+  if (words.size() == 1 && first == "--version") {
+    std::printf("mira-tzctl %s\n", MIRA_TZLINK_VERSION);
+    return exit_status::ok;
+  }
+  if (first == "help" && words.size() == 2)
+    if (const command* c = find_command(words[1])) {
+      char* help_word[] = {const_cast<char*>("--help")};
+      return run_command(*c, help_word);
+    }
+  if (const command* c = find_command(first))
+    return run_command(*c, words.subspan(1));
+  if (is_help(first) || first == "--version")
+    return usage_error(std::string(first) + " takes no arguments", general);
+  if (first.starts_with('-'))
+    return usage_error("unknown option " + std::string(first), general);
+  return usage_error("unknown command " + std::string(first), general);
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::string_view command = argc > 1 ? argv[1] : "";
-  const std::string_view option = argc > 2 ? argv[2] : "";
-  if (command == "--help" || option == "--help") {
-    std::printf("%s%s", usage, summary);
-    return 0;
+  const int status = dispatch(std::span<char* const>(argv + 1, argc - 1));
+  // A report that did not reach its reader is no report: a full disk or a
+  // closed pipe on standard output must not pass for success.
+  if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
+    warn("Cannot write to standard output");
+    return exit_status::cannot_run;
   }
-  if (argc == 2 || argc == 3) {
-    const bool bare = argc == 2;
-    if (command == "status" && (bare || option == "--json"))
-      return status_command(!bare);
-    if (command == "preview" && bare) return preview_command();
-    if (command == "clean" && (bare || option == "--dry-run"))
-      return clean_command(!bare);
-  }
-  // One line, as for any command-line tool; no warning prefix.
-  std::fputs(usage, stderr);
-  return 2;
+  return status;
 }

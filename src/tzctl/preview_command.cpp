@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "tzctl/exit_status.h"
 #include "tzctl/private_view.h"
 #include "tzctl/tree_snapshot.h"
 
@@ -91,7 +92,7 @@ int preview_command() {
   const std::string tool = boot_tool();
   if (access(tool.c_str(), X_OK) != 0) {
     warn("Cannot run %s", tool.c_str());
-    return 2;
+    return exit_status::cannot_run;
   }
   try {
     enter_private_view();
@@ -105,10 +106,10 @@ int preview_command() {
     print_outcome(run.status);
     return 0;
   } catch (int) {  // the view has written its line
-    return 2;
+    return exit_status::cannot_run;
   } catch (const std::filesystem::filesystem_error& failure) {
     errno = failure.code().value();
     warn("Cannot compare %s before and after", failure.path1().c_str());
-    return 2;
+    return exit_status::cannot_run;
   }
 }

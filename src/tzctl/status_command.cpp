@@ -5,6 +5,7 @@
 
 #include <optional>
 
+#include "tzctl/exit_status.h"
 #include "tzctl/status_json.h"
 #include "tzctl/status_text.h"
 #include "tzctl/timezone_state.h"
@@ -15,7 +16,7 @@ int status_command(bool as_json) {
     state.emplace();
   } catch (...) {  // what failed has written its line; there is no report
     warn("Cannot read the time-zone state");
-    return 2;
+    return exit_status::cannot_run;
   }
   if (as_json) {
     print_status_json(*state);

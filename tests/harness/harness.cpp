@@ -1,6 +1,7 @@
 // Tested through every test that builds or reads a state or compares lines.
 #include "harness/harness.h"
 
+#include <fcntl.h>      // open
 #include <sys/mman.h>   // memfd_create
 #include <sys/stat.h>
 #include <sys/wait.h>   // wait, WEXITSTATUS, WTERMSIG
@@ -167,7 +168,8 @@ void expect_lines(const std::string& expected, const std::string& actual) {
                     << actual;
 }
 
-tool_run run_tool(const std::vector<std::string>& command) {
+tool_run run_tool(const std::vector<std::string>& command,
+                  const std::string& stdout_path) {
   std::vector<const char*> argv;
   for (const auto& word : command) argv.push_back(word.c_str());
   if (argv.empty()) argv.push_back(MIRA_TZLINK_BINARY);
@@ -178,7 +180,7 @@ tool_run run_tool(const std::vector<std::string>& command) {
     // Standard input closed, as a boot may start it: the first file the
     // tool opens gets descriptor 0.
     close(0);
-    dup2(out, 1);
+    dup2(stdout_path.empty() ? out : open(stdout_path.c_str(), O_WRONLY), 1);
     dup2(err, 2);
     execv(argv[0], const_cast<char* const*>(argv.data()));
     _exit(127);

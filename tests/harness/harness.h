@@ -35,8 +35,10 @@ struct tool_run {
 };
 
 // Runs `command` once, a program's path and its arguments (by default the
-// built mira-tzlink with none), with standard input closed.
-tool_run run_tool(const std::vector<std::string>& command = {});
+// built mira-tzlink with none), with standard input closed and standard
+// output captured, or sent to `stdout_path` when one is given.
+tool_run run_tool(const std::vector<std::string>& command = {},
+                  const std::string& stdout_path = "");
 
 // The lines of `text` that hold more than spaces, without leading spaces.
 std::vector<std::string> lines_of(const std::string& text);

@@ -55,7 +55,7 @@ TEST(preview_command, says_why_without_root_or_user_namespace) {
   if (access(unshare, X_OK) != 0) GTEST_SKIP() << "no " << unshare;
   build_state(state);
   const tool_run run = preview_as({});
-  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.status, 3);
   expect_lines(
       "mira-tzctl: Cannot make a private view of /var/db: not root, and no "
       "user namespace could be made: *\n",
@@ -71,7 +71,7 @@ TEST(preview_command, names_the_boot_tool_it_cannot_find) {
   std::filesystem::copy_file(MIRA_TZCTL_BINARY, alone);
   ASSERT_EQ(mount("none", "/usr/sbin", "tmpfs", 0, nullptr), 0);
   const tool_run run = run_tool({alone, "preview"});
-  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.status, 3);
   expect_lines(
       "mira-tzctl: Cannot run /usr/sbin/mira-tzlink: No such file or "
       "directory\n",
