@@ -38,8 +38,8 @@ localtime_decision decide_localtime_link(const std::string& target) {
   if (target.starts_with(accepted_prefix)) return {action::keep, target};
   if (!target.starts_with(replaced_prefix))
     return {action::reset, default_target};
-  return {action::correct, std::string(accepted_prefix) +
-                               target.substr(replaced_prefix.size())};
+  return {action::correct,
+          std::string(accepted_prefix) + target.substr(replaced_prefix.size())};
 }
 
 void repair_localtime_link() {
