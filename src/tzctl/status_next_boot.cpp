@@ -46,13 +46,14 @@ struct forecast {
   bool gave_up = false;  // the boot's last resort ran: no later stage runs
 
   void reset(const std::string& why) {
+    if (gave_up) return;  // the boot never gets this far
     state.boot.problems.push_back(why +
                                   "; the next boot resets to the system data.");
     state.boot.pending = summary_of(system);
     state.boot.zoneinfo_after = mira_zoneinfo::system_directory;
   }
   void give_up(const std::string& why) {
-    if (!gave_up) reset(why);
+    reset(why);
     gave_up = true;
   }
 };

@@ -6,6 +6,8 @@
 
 #include <fstream>
 #include <sstream>
+#include <string>
+#include <string_view>
 
 #include "dataset/mira_icu.h"
 #include "dataset/mira_zoneinfo.h"
