@@ -5,10 +5,10 @@
 #include <dirent.h>  // fdopendir, readdir
 #include <err.h>     // warn, warnx
 #include <errno.h>
-#include <fcntl.h>     // open, openat, O_*, AT_*
-#include <sys/stat.h>  // fstatat, statx
+#include <fcntl.h>          // open, openat, O_*, AT_*
+#include <sys/stat.h>       // fstatat, statx
 #include <sys/sysmacros.h>  // makedev
-#include <unistd.h>    // close, unlinkat, renameat
+#include <unistd.h>         // close, unlinkat, renameat
 
 #include <algorithm>
 
@@ -91,7 +91,8 @@ bool is_leftover(const std::string& name) {
 
 int open_updates_directory() {
   const int parent = open(timezone_directory, directory_flags);
-  const int fd = parent < 0 ? -1 : openat(parent, updates_name, directory_flags);
+  const int fd =
+      parent < 0 ? -1 : openat(parent, updates_name, directory_flags);
   const int error = errno;
   if (parent >= 0) close(parent);
   if (fd >= 0) return fd;

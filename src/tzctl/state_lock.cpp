@@ -62,7 +62,7 @@ state_lock::state_lock(const char* command)
   // Who holds it is a courtesy to whoever waits: failing to say is no
   // reason to give the lock up.
   if (ftruncate(fd, 0) != 0 || pwrite(fd, holder.data(), holder.size(), 0) !=
-                                 static_cast<ssize_t>(holder.size()))
+                                   static_cast<ssize_t>(holder.size()))
     warn("Cannot write the holder into %s", state_lock_path);
 }
 
