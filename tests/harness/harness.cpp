@@ -7,6 +7,7 @@
 #include <sys/mount.h>  // mount, MS_*
 #include <linux/filter.h>   // sock_filter, BPF_*
 #include <linux/seccomp.h>  // SECCOMP_*, seccomp_data
+#include <gtest/gtest.h>
 #include <sys/mman.h>   // memfd_create
 #include <sys/prctl.h>  // prctl
 #include <sys/syscall.h>  // __NR_clone, __NR_clone3
@@ -22,8 +23,6 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
-
-#include <gtest/gtest.h>
 
 namespace stdfs = std::filesystem;
 
@@ -96,16 +95,15 @@ std::string target_text(const std::string& target) {
 std::string entry_line(const std::string& path) {
   struct stat st;
   lstat(path.c_str(), &st);
+  const std::string shown = target_text(path);
   if (S_ISLNK(st.st_mode))
-    return "link " + target_text(path) + " -> " +
-           target_text(stdfs::read_symlink(path));
-  if (S_ISDIR(st.st_mode))
-    return stdfs::is_empty(path) ? "dir " + target_text(path) : "";
+    return "link " + shown + " -> " + target_text(stdfs::read_symlink(path));
+  if (S_ISDIR(st.st_mode)) return stdfs::is_empty(path) ? "dir " + shown : "";
   std::ifstream in(path, std::ios::binary);
   const std::string content((std::istreambuf_iterator<char>(in)), {});
   char mode[8];
   std::snprintf(mode, sizeof mode, " %04o", st.st_mode & 07777);
-  return "file " + target_text(path) + " " + quote(content) +
+  return "file " + shown + " " + quote(content) +
          ((st.st_mode & 07777) == 0644 ? "" : mode);
 }
 
@@ -137,8 +135,8 @@ void build_state(const std::string& description) {
     std::istringstream in(line);
     std::string kind, path, rest;
     in >> kind >> path;
-    std::getline(in >> std::ws, rest);
     if (path[0] == '"') path = unquote(path);
+    std::getline(in >> std::ws, rest);
     if (kind[0] != '#') build_entry(kind, path, rest);
   }
 }
