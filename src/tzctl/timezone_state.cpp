@@ -6,9 +6,11 @@
 
 #include <fstream>
 #include <sstream>
+#include <stdexcept>  // std::invalid_argument
 #include <string>
 #include <string_view>
 
+#include "dataset/mira_dataset.h"
 #include "dataset/mira_icu.h"
 #include "dataset/mira_zoneinfo.h"
 #include "fs/operations.h"
