@@ -10,6 +10,8 @@
 //                      arguments) or mira-tzctl, with these arguments;
 //                      "> PATH" at the end sends standard output there
 //   stdout             like stderr: the whole standard output expected
+//   limit NAME VALUE   a resource limit for that run alone: fsize (bytes)
+//                      or as (bytes of address space)
 //   exit N             the expected exit status
 // What the first run leaves is checked; after a boot, two more boots
 // follow, and the third must leave the links as the second did.
@@ -30,7 +32,7 @@ namespace {
 
 struct scenario {
   std::string name, file;
-  // given, stderr, stdout, then; and readonly, class and run, one
+  // given, stderr, stdout, then; and readonly, class, run and limit, one
   // directive a line
   std::map<std::string, std::string> sections;
   int exit_status = 0;
@@ -59,7 +61,8 @@ std::vector<scenario> all_scenarios() {
         all.push_back({rest, file.filename().string(), {}, 0});
       } else if (word == "exit") {
         all.back().exit_status = std::stoi(rest);
-      } else if (word == "readonly" || word == "class" || word == "run") {
+      } else if (word == "readonly" || word == "class" || word == "run" ||
+                 word == "limit") {
         all.back().sections[word] += rest + "\n";
       } else {
         section = word;
@@ -88,6 +91,20 @@ std::string protection_class(const std::string& path) {
   return value;
 }
 
+std::vector<resource_limit> limits_of(const std::string& lines) {
+  std::vector<resource_limit> limits;
+  for (const auto& line : lines_of(lines)) {
+    std::istringstream in(line);
+    std::string name;
+    rlim_t value = 0;
+    in >> name >> value;
+    if (name == "fsize") limits.emplace_back(RLIMIT_FSIZE, value);
+    else if (name == "as") limits.emplace_back(RLIMIT_AS, value);
+    else ADD_FAILURE() << "unknown limit " << name;
+  }
+  return limits;
+}
+
 class scenarios : public testing::TestWithParam<scenario> {};
 
 TEST_P(scenarios, run) {
@@ -107,7 +124,8 @@ TEST_P(scenarios, run) {
     stdout_path = command.back();
     command.resize(command.size() - 2);
   }
-  const tool_run run = run_tool(command, stdout_path);
+  const tool_run run =
+      run_tool(command, stdout_path, limits_of(s.sections["limit"]));
   EXPECT_EQ(run.status, s.exit_status);
   for (const auto& path : readonly) umount2(path.c_str(), MNT_DETACH);
   expect_lines(s.sections["stderr"], run.stderr_text);
