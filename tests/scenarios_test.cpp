@@ -10,8 +10,8 @@
 //                      arguments) or mira-tzctl, with these arguments;
 //                      "> PATH" at the end sends standard output there
 //   stdout             like stderr: the whole standard output expected
-//   limit NAME VALUE   a resource limit for that run alone: fsize (bytes)
-//                      or as (bytes of address space)
+//   limit NAME VALUE   a resource limit for the boots: fsize (bytes) or as
+//                      (bytes of address space)
 //   exit N             the expected exit status
 // What the first run leaves is checked; after a boot, two more boots
 // follow, and the third must leave the links as the second did.
@@ -124,8 +124,8 @@ TEST_P(scenarios, run) {
     stdout_path = command.back();
     command.resize(command.size() - 2);
   }
-  const tool_run run =
-      run_tool(command, stdout_path, limits_of(s.sections["limit"]));
+  const auto limits = limits_of(s.sections["limit"]);
+  const tool_run run = run_tool(command, stdout_path, limits);
   EXPECT_EQ(run.status, s.exit_status);
   for (const auto& path : readonly) umount2(path.c_str(), MNT_DETACH);
   expect_lines(s.sections["stderr"], run.stderr_text);
@@ -142,7 +142,7 @@ TEST_P(scenarios, run) {
   // boot's own request, so it may come and go.
   if (!command.empty() && command[0] != MIRA_TZLINK_BINARY) return;
   const auto links_after_boot = [&] {
-    run_tool();
+    run_tool({}, "", limits);
     std::string links;
     for (const auto& line : lines_of(read_state()))
       if (line.starts_with("link ")) links += line + "\n";
