@@ -36,13 +36,12 @@ void measure_search_memory(const std::string& icu_search,
     candidates.push_back({std::to_string(entries),
                           {icu_search, make_flat_dataset(trees, entries)}});
   const std::vector<sample> s = run_interleaved(candidates, memory_budget);
-  std::printf("\n%-28s %6s %12s %12s %10s\n",
-              "ICU SCHEMA SEARCH, memory", "runs", "median wall",
-              "peak RSS", "vs empty");
+  std::printf("\n%-28s %6s %12s %12s %10s\n", "ICU SCHEMA SEARCH, memory",
+              "runs", "median wall", "peak RSS", "vs empty");
   const long empty_kb = s[0].median_peak_rss_kb();
   for (std::size_t i = 0; i < s.size(); ++i)
     std::printf("flat   %21s %6zu %9.3f ms %9ld kB %+7ld kB\n",
-                candidates[i].label.c_str(), s[i].runs.size(),
-                s[i].median_ms(), s[i].median_peak_rss_kb(),
+                candidates[i].label.c_str(), s[i].runs.size(), s[i].median_ms(),
+                s[i].median_peak_rss_kb(),
                 s[i].median_peak_rss_kb() - empty_kb);
 }

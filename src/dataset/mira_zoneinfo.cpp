@@ -29,8 +29,8 @@ void mira_zoneinfo::read_version() {
   // the data set decides what an empty version means. Only the system's
   // word names a data set (an update is named by its directory), so an
   // update's file is opened and read as ever, but only its first block.
-  version = fs::read_first_word(directory + "/" + "+VERSION",
-                                !dataset_path.empty());
+  version =
+      fs::read_first_word(directory + "/" + "+VERSION", !dataset_path.empty());
 }
 
 bool mira_zoneinfo::compatible_schema(const mira_dataset_component&) const {

@@ -63,8 +63,7 @@ std::string read_first_word(const std::string& path, bool first_block_only) {
   if (is_readable_kind(fd)) {
     char buffer[chunk_size];
     for (ssize_t length; (length = read_chunk(fd, buffer)) > 0;) {
-      if (take_word(std::string_view(buffer, length), word) ||
-          first_block_only)
+      if (take_word(std::string_view(buffer, length), word) || first_block_only)
         break;
     }
   }

@@ -33,10 +33,9 @@ void write_version_diff_record(const std::string& previous,
   // records stands either way. Non-blocking, so that a FIFO with no reader
   // fails at once; only a regular file is written (a link to one is
   // followed), never a FIFO or a device, which O_TRUNC leaves alone.
-  const int fd = open(version_diff_record,
-                      O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_NOCTTY |
-                          O_CLOEXEC,
-                      0666);
+  const int fd = open(
+      version_diff_record,
+      O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666);
   if (fd == -1) return;
   // In one write(2): a kill never leaves the first version alone in it.
   if (is_regular_file(fd)) write_all(fd, previous + "_" + next);

@@ -2,10 +2,9 @@
 // from outside: here the other end of a pipe or a terminal is read back.
 #include "startup/write_version_diff_record.h"
 
-#include <fcntl.h>     // open, O_*
-#include <stdlib.h>    // posix_openpt, grantpt, unlockpt, ptsname
-#include <sys/stat.h>  // mkdir, mkfifo
-#include <unistd.h>    // read, symlink, close
+#include <fcntl.h>   // open, O_*
+#include <stdlib.h>  // posix_openpt, grantpt, unlockpt, ptsname
+#include <unistd.h>  // read, close
 
 #include <string>
 
@@ -25,8 +24,9 @@ std::string pending_bytes(int fd) {
 
 // The record becomes a link to the regular file "kept"; returns it opened.
 int regular_file() {
-  build_state("file /var/db/timezone/kept \"old\"\n"
-              "link /var/db/timezone/TZVersionDiffRecord -> kept");
+  build_state(
+      "file /var/db/timezone/kept \"old\"\n"
+      "link /var/db/timezone/TZVersionDiffRecord -> kept");
   return open("/var/db/timezone/kept", O_RDONLY);
 }
 
