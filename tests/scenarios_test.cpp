@@ -13,6 +13,8 @@
 //   limit NAME VALUE   a resource limit for the boots: fsize (bytes) or as
 //                      (bytes of address space)
 //   exit N             the expected exit status
+//   no_fork            the program can make no process, as at the
+//                      process limit (which binds no process of root)
 // What the first run leaves is checked; after a boot, two more boots
 // follow, and the third must leave the links as the second did.
 #include <sys/mount.h>  // mount, umount2, MS_*
@@ -59,6 +61,8 @@ std::vector<scenario> all_scenarios() {
         all.back().sections[section] += line + "\n";
       } else if (word == "scenario") {
         all.push_back({rest, file.filename().string(), {}, 0});
+      } else if (word == "no_fork") {
+        all.back().sections[word] = "yes";
       } else if (word == "exit") {
         all.back().exit_status = std::stoi(rest);
       } else if (word == "readonly" || word == "class" || word == "run" ||
@@ -124,8 +128,12 @@ TEST_P(scenarios, run) {
     stdout_path = command.back();
     command.resize(command.size() - 2);
   }
+  if (s.sections["run"].starts_with("mira-tzctl preview"))
+    if (const std::string why = overlay_unavailable(); !why.empty())
+      GTEST_SKIP() << why;
   const auto limits = limits_of(s.sections["limit"]);
-  const tool_run run = run_tool(command, stdout_path, limits);
+  const tool_run run = run_tool(command, stdout_path,
+                                s.sections["no_fork"].empty(), limits);
   EXPECT_EQ(run.status, s.exit_status);
   for (const auto& path : readonly) umount2(path.c_str(), MNT_DETACH);
   expect_lines(s.sections["stderr"], run.stderr_text);
@@ -142,7 +150,7 @@ TEST_P(scenarios, run) {
   // boot's own request, so it may come and go.
   if (!command.empty() && command[0] != MIRA_TZLINK_BINARY) return;
   const auto links_after_boot = [&] {
-    run_tool({}, "", limits);
+    run_tool({}, "", true, limits);
     std::string links;
     for (const auto& line : lines_of(read_state()))
       if (line.starts_with("link ")) links += line + "\n";

@@ -1,15 +1,24 @@
 // Tested through every test that builds or reads a state or compares lines.
 #include "harness/harness.h"
 
+#include <errno.h>
 #include <fcntl.h>      // open
+#include <sched.h>      // unshare, CLONE_NEWNS
+#include <sys/mount.h>  // mount, MS_*
+#include <linux/filter.h>   // sock_filter, BPF_*
+#include <linux/seccomp.h>  // SECCOMP_*, seccomp_data
 #include <sys/mman.h>   // memfd_create
+#include <sys/prctl.h>  // prctl
+#include <sys/syscall.h>  // __NR_clone, __NR_clone3
 #include <sys/stat.h>
 #include <sys/wait.h>   // wait, WEXITSTATUS, WTERMSIG
 #include <sys/xattr.h>  // setxattr
 #include <unistd.h>     // symlink, fork, execv
 
 #include <algorithm>
+#include <cstddef>  // offsetof
 #include <cstdio>
+#include <cstring>  // strerror
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -96,14 +105,17 @@ std::string entry_line(const std::string& path) {
   struct stat st;
   lstat(path.c_str(), &st);
   if (S_ISLNK(st.st_mode))
-    return "link " + path + " -> " + target_text(stdfs::read_symlink(path));
-  if (S_ISDIR(st.st_mode)) return stdfs::is_empty(path) ? "dir " + path : "";
-  if (S_ISFIFO(st.st_mode)) return "fifo " + path;  // reading it would wait
+    return "link " + target_text(path) + " -> " +
+           target_text(stdfs::read_symlink(path));
+  if (S_ISDIR(st.st_mode))
+    return stdfs::is_empty(path) ? "dir " + target_text(path) : "";
+  if (S_ISFIFO(st.st_mode))  // reading it would wait
+    return "fifo " + target_text(path);
   std::ifstream in(path, std::ios::binary);
   const std::string content((std::istreambuf_iterator<char>(in)), {});
   char mode[8];
   std::snprintf(mode, sizeof mode, " %04o", st.st_mode & 07777);
-  return "file " + path + " " + quote(content) +
+  return "file " + target_text(path) + " " + quote(content) +
          ((st.st_mode & 07777) == 0644 ? "" : mode);
 }
 
@@ -136,6 +148,7 @@ void build_state(const std::string& description) {
     std::string kind, path, rest;
     in >> kind >> path;
     std::getline(in >> std::ws, rest);
+    if (path[0] == '"') path = unquote(path);
     if (kind[0] != '#') build_entry(kind, path, rest);
   }
 }
@@ -177,8 +190,44 @@ void expect_lines(const std::string& expected, const std::string& actual) {
                     << actual;
 }
 
+std::string overlay_unavailable() {
+  const pid_t pid = fork();
+  if (pid == 0) {
+    const bool mounted =
+        unshare(CLONE_NEWNS) == 0 &&
+        mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+        mount("probe", "/var", "tmpfs", 0, nullptr) == 0 &&
+        mkdir("/var/l", 0755) == 0 && mkdir("/var/u", 0755) == 0 &&
+        mkdir("/var/w", 0755) == 0 &&
+        mount("probe", "/var/l", "overlay", 0,
+              "lowerdir=/var/l,upperdir=/var/u,workdir=/var/w,userxattr") == 0;
+    _exit(mounted ? 0 : errno);
+  }
+  int status = 0;
+  waitpid(pid, &status, 0);
+  if (WIFEXITED(status) && WEXITSTATUS(status) == 0) return "";
+  return std::string("no overlay can be mounted here (Linux 5.11 or later "
+                     "mounts one in a user namespace): ") +
+         std::strerror(WIFEXITED(status) ? WEXITSTATUS(status) : EINTR);
+}
+
+// As at the process limit, which binds no process of the real root user.
+void forbid_fork() {
+  sock_filter filter[] = {
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __NR_clone, 2, 0),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __NR_clone3, 1, 0),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EAGAIN),
+  };
+  sock_fprog program{sizeof filter / sizeof filter[0], filter};
+  if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
+      prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0)
+    _exit(126);
+}
+
 tool_run run_tool(const std::vector<std::string>& command,
-                  const std::string& stdout_path,
+                  const std::string& stdout_path, bool may_fork,
                   const std::vector<resource_limit>& limits) {
   std::vector<const char*> argv;
   for (const auto& word : command) argv.push_back(word.c_str());
@@ -197,6 +246,7 @@ tool_run run_tool(const std::vector<std::string>& command,
       setrlimit(resource, &limit);
     }
     alarm(30);  // kept across execv: a run that hangs fails, not the suite
+    if (!may_fork) forbid_fork();
     execv(argv[0], const_cast<char* const*>(argv.data()));
     _exit(127);
   }
