@@ -75,6 +75,14 @@ void build_entry(const std::string& kind, const std::string& path,
     ASSERT_EQ(symlink((target[0] == '"' ? unquote(target) : target).c_str(),
                       path.c_str()),
               0);
+  } else if (kind == "fifo") {
+    ASSERT_EQ(mkfifo(path.c_str(), 0644), 0);
+  } else if (kind == "sparse") {
+    std::ofstream(path, std::ios::binary).close();
+    ASSERT_EQ(truncate(path.c_str(), std::stoll(rest)), 0);
+  } else if (kind == "many") {
+    for (long i = 0, count = std::stol(rest); i < count; ++i)
+      close(open((path + std::to_string(i)).c_str(), O_WRONLY | O_CREAT, 0644));
   } else if (kind == "class") {
     ASSERT_EQ(setxattr(path.c_str(), "user.protection_class", rest.data(),
                        rest.size(), 0),
@@ -99,6 +107,8 @@ std::string entry_line(const std::string& path) {
   if (S_ISLNK(st.st_mode))
     return "link " + shown + " -> " + target_text(stdfs::read_symlink(path));
   if (S_ISDIR(st.st_mode)) return stdfs::is_empty(path) ? "dir " + shown : "";
+  if (S_ISFIFO(st.st_mode))  // reading it would wait
+    return "fifo " + shown;
   std::ifstream in(path, std::ios::binary);
   const std::string content((std::istreambuf_iterator<char>(in)), {});
   char mode[8];
@@ -215,7 +225,8 @@ void forbid_fork() {
 }
 
 tool_run run_tool(const std::vector<std::string>& command,
-                  const std::string& stdout_path, bool may_fork) {
+                  const std::string& stdout_path, bool may_fork,
+                  const std::vector<resource_limit>& limits) {
   std::vector<const char*> argv;
   for (const auto& word : command) argv.push_back(word.c_str());
   if (argv.empty()) argv.push_back(MIRA_TZLINK_BINARY);
@@ -228,6 +239,11 @@ tool_run run_tool(const std::vector<std::string>& command,
     close(0);
     dup2(stdout_path.empty() ? out : open(stdout_path.c_str(), O_WRONLY), 1);
     dup2(err, 2);
+    for (const auto& [resource, value] : limits) {
+      const rlimit limit = {value, value};
+      setrlimit(resource, &limit);
+    }
+    alarm(30);  // kept across execv: a run that hangs fails, not the suite
     if (!may_fork) forbid_fork();
     execv(argv[0], const_cast<char* const*>(argv.data()));
     _exit(127);
