@@ -7,6 +7,8 @@
 //   readonly PATH      PATH is mounted read-only while the tool runs
 //   mount PATH         a fresh tmpfs is mounted at PATH before `given`
 //                      is built, and unmounted once `then` is checked
+//   bind PATH          PATH (given) is bind-mounted on itself while the
+//                      tool runs, as a file mount made by another program
 //   held PATH          the runner holds an flock on PATH (given) while
 //                      the tool runs
 //   class PATH VALUE   PATH's data-protection class afterwards, or "none"
@@ -72,7 +74,7 @@ std::vector<scenario> all_scenarios() {
       } else if (word == "exit") {
         all.back().exit_status = std::stoi(rest);
       } else if (word == "readonly" || word == "class" || word == "run" ||
-                 word == "mount" || word == "held" || word == "limit") {
+                 word == "mount" || word == "bind" || word == "held" || word == "limit") {
         all.back().sections[word] += rest + "\n";
       } else {
         section = word;
@@ -134,6 +136,9 @@ TEST_P(scenarios, run) {
     held.push_back(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     EXPECT_EQ(flock(held.back(), LOCK_EX), 0);
   }
+  const auto binds = lines_of(s.sections["bind"]);
+  for (const auto& path : binds)
+    EXPECT_EQ(mount(path.c_str(), path.c_str(), nullptr, MS_BIND, nullptr), 0);
   const auto readonly = lines_of(s.sections["readonly"]);
   for (const auto& path : readonly) {
     EXPECT_EQ(mount(path.c_str(), path.c_str(), nullptr, MS_BIND, nullptr), 0);
@@ -156,6 +161,7 @@ TEST_P(scenarios, run) {
   EXPECT_EQ(run.status, s.exit_status);
   for (const int fd : held) close(fd);
   for (const auto& path : readonly) umount2(path.c_str(), MNT_DETACH);
+  for (const auto& path : binds) umount2(path.c_str(), MNT_DETACH);
   expect_lines(s.sections["stderr"], run.stderr_text);
   expect_lines(s.sections["stdout"], run.stdout_text);
   auto then = lines_of(s.sections["then"]);
