@@ -36,10 +36,11 @@ constexpr char staging_prefix[] = ".installing-";
   throw install_refused();
 }
 
-// Makes /var/db/timezone and its tz/ when the system has not yet; either
+// Makes /var/db/timezone and its tz/ when the system has not yet; each
 // must be a directory of its own, never a link to elsewhere.
 void prepare_tz_directory() {
-  for (const std::string path : {timezone_directory, tz_directory}) {
+  for (const std::string path :
+       {data_directory, timezone_directory, tz_directory}) {
     if (mkdir(path.c_str(), 0755) != 0 && errno != EEXIST)
       refuse("create", path);
     struct stat status;
