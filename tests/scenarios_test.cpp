@@ -5,6 +5,10 @@
 //                      before, the expected warning lines in order, and the
 //                      whole of /var/db after (harness/harness.h's form)
 //   readonly PATH      PATH is mounted read-only while the tool runs
+//   mount PATH         a fresh tmpfs is mounted at PATH before `given`
+//                      is built, and unmounted once `then` is checked
+//   held PATH          the runner holds an flock on PATH (given) while
+//                      the tool runs
 //   class PATH VALUE   PATH's data-protection class afterwards, or "none"
 //   run PROGRAM ARGS   what runs: mira-tzlink (the default, with no
 //                      arguments) or mira-tzctl, with these arguments;
@@ -16,8 +20,12 @@
 // in " *" accepts any content or target after it.
 // What the first run leaves is checked; after a boot, two more boots
 // follow, and the third must leave the links as the second did.
+#include <fcntl.h>  // open
+#include <gtest/gtest.h>
+#include <sys/file.h>   // flock
 #include <sys/mount.h>  // mount, umount2, MS_*
 #include <sys/xattr.h>  // getxattr
+#include <unistd.h>     // close
 
 #include <algorithm>
 #include <filesystem>
@@ -25,8 +33,6 @@
 #include <iterator>
 #include <map>
 #include <sstream>
-
-#include <gtest/gtest.h>
 
 #include "harness/harness.h"
 
@@ -63,7 +69,8 @@ std::vector<scenario> all_scenarios() {
         all.push_back({rest, file.filename().string(), {}, 0});
       } else if (word == "exit") {
         all.back().exit_status = std::stoi(rest);
-      } else if (word == "readonly" || word == "class" || word == "run") {
+      } else if (word == "readonly" || word == "class" || word == "run" ||
+                 word == "mount" || word == "held") {
         all.back().sections[word] += rest + "\n";
       } else {
         section = word;
@@ -79,9 +86,12 @@ std::vector<std::string> command_of(const std::string& run) {
   std::vector<std::string> command;
   for (std::string word; in >> word;) command.push_back(word);
   if (command.empty()) return command;
-  if (command[0] == "mira-tzctl") command[0] = MIRA_TZCTL_BINARY;
-  else if (command[0] == "mira-tzlink") command[0] = MIRA_TZLINK_BINARY;
-  else ADD_FAILURE() << "unknown program " << command[0];
+  if (command[0] == "mira-tzctl")
+    command[0] = MIRA_TZCTL_BINARY;
+  else if (command[0] == "mira-tzlink")
+    command[0] = MIRA_TZLINK_BINARY;
+  else
+    ADD_FAILURE() << "unknown program " << command[0];
   return command;
 }
 
@@ -128,7 +138,17 @@ class scenarios : public testing::TestWithParam<scenario> {};
 TEST_P(scenarios, run) {
   scenario s = GetParam();
   SCOPED_TRACE(s.file + ": " + s.name);
+  const auto mounts = lines_of(s.sections["mount"]);
+  for (const auto& path : mounts) {
+    std::filesystem::create_directories(path);
+    EXPECT_EQ(mount("tmpfs", path.c_str(), "tmpfs", 0, nullptr), 0);
+  }
   build_state(s.sections["given"]);
+  std::vector<int> held;
+  for (const auto& path : lines_of(s.sections["held"])) {
+    held.push_back(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    EXPECT_EQ(flock(held.back(), LOCK_EX), 0);
+  }
   const auto readonly = lines_of(s.sections["readonly"]);
   for (const auto& path : readonly) {
     EXPECT_EQ(mount(path.c_str(), path.c_str(), nullptr, MS_BIND, nullptr), 0);
@@ -151,12 +171,14 @@ TEST_P(scenarios, run) {
   }
   const tool_run run = run_tool(command, stdout_path);
   EXPECT_EQ(run.status, s.exit_status);
+  for (const int fd : held) close(fd);
   for (const auto& path : readonly) umount2(path.c_str(), MNT_DETACH);
   expect_lines(s.sections["stderr"], run.stderr_text);
   expect_lines(s.sections["stdout"], run.stdout_text);
   auto then = lines_of(s.sections["then"]);
   std::sort(then.begin(), then.end());  // as read_state sorts
   expect_state(then);
+  for (const auto& path : mounts) umount2(path.c_str(), MNT_DETACH);
   for (const auto& line : lines_of(s.sections["class"]))
     EXPECT_EQ(protection_class(line.substr(0, line.find(' '))),
               line.substr(line.find(' ') + 1));

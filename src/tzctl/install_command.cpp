@@ -3,6 +3,7 @@
 #include "tzctl/install_command.h"
 
 #include <err.h>     // warn, warnx
+#include <errno.h>   // EWOULDBLOCK
 #include <stdlib.h>  // getenv, mkdtemp
 
 #include <cstdio>
@@ -19,13 +20,13 @@
 #include "tzctl/install_refused.h"
 #include "tzctl/printable_text.h"
 #include "tzctl/release_source.h"
+#include "tzctl/state_lock.h"
+#include "tzctl/state_paths.h"
 #include "tzctl/zone_tree_check.h"
 
 namespace stdfs = std::filesystem;
 
 namespace {
-
-constexpr char latest_link[] = "/var/db/timezone/tz_latest";
 
 // Scratch space outside /var/db, removed whatever happens.
 class work_directory {
@@ -92,7 +93,7 @@ void print_plan(const release_set& set, std::size_t zone_files) {
   std::printf("Would write %s/icutz:", set.path().c_str());
   for (const char* name : icu_resource_names) std::printf(" %s", name);
   std::printf(" %s\n", set.data_file().c_str());
-  std::printf("Would point %s at %s\n", latest_link, set.path().c_str());
+  std::printf("Would point %s at %s\n", latest_link_path, set.path().c_str());
   std::printf("Dry run: nothing changed.\n");
 }
 
@@ -106,7 +107,7 @@ int install(const std::string& source, const std::string& icu_directory,
       release.directory, mira_zoneinfo::system_directory, source);
   const mira_icu system_icu;
   set.schema = check_icu_half(icu_directory, system_icu.schema, set.version);
-  const std::string latest_target = fs::read_symlink(latest_link);
+  const std::string latest_target = fs::read_symlink(latest_link_path);
   if (latest_target == set.path() &&
       is_complete_set(set.path(), set.version, set.schema)) {
     std::printf("%s is installed already, and tz_latest names it: nothing "
@@ -119,6 +120,11 @@ int install(const std::string& source, const std::string& icu_directory,
     print_plan(set, zone_files);
     return exit_status::ok;
   }
+  prepare_updates_directory();
+  // A dry run changes nothing and takes no lock. Under it, tz_latest is
+  // read again: another install may have published since.
+  const state_lock lock("install");
+  check_newer(source, set, fs::read_symlink(latest_link_path));
   publish_release(set);
   std::printf("Installed %s, and tz_latest names it.\n", set.path().c_str());
   print_next_boot(set);
@@ -133,7 +139,8 @@ int install_command(const std::string& source,
     return install(source, icu_directory, dry_run);
   } catch (const install_refused&) {  // its line is written
     return exit_status::not_done;
-  } catch (int) {  // an fs:: read of a link has written its line
-    return exit_status::not_done;
+  } catch (int error) {  // the lock or an fs:: read has written its line
+    return error == EWOULDBLOCK ? exit_status::not_done
+                                : exit_status::cannot_run;
   }
 }

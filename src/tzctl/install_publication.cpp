@@ -18,6 +18,7 @@
 #include "tzctl/child_process.h"
 #include "tzctl/icu_resource.h"
 #include "tzctl/install_refused.h"
+#include "tzctl/safe_removal.h"
 #include "tzctl/state_paths.h"
 #include "tzctl/tree_copy.h"
 
@@ -25,22 +26,19 @@ namespace stdfs = std::filesystem;
 
 namespace {
 
-constexpr char tz_directory[] = "/var/db/timezone/tz";
-constexpr char latest_link[] = "/var/db/timezone/tz_latest";
 // A fixed name: a link left by a kill is removed by the next install.
 constexpr char latest_link_draft[] = "/var/db/timezone/.tz_latest.installing";
-constexpr char staging_prefix[] = ".installing-";
 
 [[noreturn]] void refuse(const char* what, const std::string& path) {
   warn("Cannot %s %s", what, path.c_str());
   throw install_refused();
 }
 
-// Makes /var/db/timezone and its tz/ when the system has not yet; each
-// must be a directory of its own, never a link to elsewhere.
-void prepare_tz_directory() {
+}  // namespace
+
+void prepare_updates_directory() {
   for (const std::string path :
-       {data_directory, timezone_directory, tz_directory}) {
+       {data_directory, timezone_directory, updates_directory}) {
     if (mkdir(path.c_str(), 0755) != 0 && errno != EEXIST)
       refuse("create", path);
     struct stat status;
@@ -51,6 +49,8 @@ void prepare_tz_directory() {
     }
   }
 }
+
+namespace {
 
 // The sync of a directory's entries, or with `whole_tree` of the file
 // system holding it, which writes out a freshly built set in one call.
@@ -100,6 +100,18 @@ void package_icu_files(const release_set& set, const std::string& icutz) {
   if (chmod(data_file.c_str(), 0644) != 0) refuse("write", data_file);
 }
 
+// What an install cut short left under a hidden name.
+void remove_staging_leftovers() {
+  try {
+    const safe_removal removal;
+    for (const std::string& name : removal.directories())
+      if (name.starts_with(installing_prefix) && !removal.remove(name))
+        throw install_refused();
+  } catch (int) {  // safe_removal has written its line
+    throw install_refused();
+  }
+}
+
 void build_set(const release_set& set, const std::string& staging) {
   if (mkdir(staging.c_str(), 0755) != 0) refuse("create", staging);
   try {
@@ -118,8 +130,8 @@ void point_latest_at(const std::string& path) {
     refuse("remove", latest_link_draft);
   if (symlink(path.c_str(), latest_link_draft) != 0)
     refuse("create", latest_link_draft);
-  if (rename(latest_link_draft, latest_link) != 0)
-    refuse("replace", latest_link);
+  if (rename(latest_link_draft, latest_link_path) != 0)
+    refuse("replace", latest_link_path);
   sync_directory(timezone_directory, false);
 }
 
@@ -141,18 +153,18 @@ bool is_complete_set(const std::string& path, const std::string& version,
 }
 
 void publish_release(const release_set& set) {
-  prepare_tz_directory();
+  remove_staging_leftovers();
   const std::string path = set.path();
   struct stat status;
   // A set under its version's name was renamed there whole: an install
   // cut off before tz_latest named it is finished by naming it.
   if (lstat(path.c_str(), &status) != 0) {
-    const std::string staging = std::string(tz_directory) + "/" +
-                                staging_prefix + set.version + ".1.0." +
+    const std::string staging = std::string(updates_directory) + "/" +
+                                installing_prefix + set.version + ".1.0." +
                                 std::to_string(getpid());
     build_set(set, staging);
     if (rename(staging.c_str(), path.c_str()) != 0) refuse("rename", staging);
-    sync_directory(tz_directory, false);
+    sync_directory(updates_directory, false);
   } else if (!is_complete_set(path, set.version, set.schema)) {
     warnx("publish check failed for %s: it exists and is not a whole set",
           path.c_str());

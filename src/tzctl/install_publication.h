@@ -24,4 +24,9 @@ struct release_set {
 bool is_complete_set(const std::string& path, const std::string& version,
                      const std::string& schema);
 
+// Makes /var/db, /var/db/timezone and its tz/ where the system has not;
+// each must be a directory of its own, never a link to elsewhere.
+void prepare_updates_directory();
+
+// Under the lock, after prepare_updates_directory.
 void publish_release(const release_set& set);

@@ -40,13 +40,16 @@ const command commands[] = {
      "lines it would write and every entry it would change.\n",
      [](const command_arguments&) { return preview_command(); }},
     {"clean",
-     {{"--dry-run"}, {}, 0, 0},
-     "clean [--dry-run]",
+     {{"--dry-run", "--obsolete"}, {}, 0, 0},
+     "clean [--dry-run] [--obsolete]",
      "After a boot that left the clean-up marker, removes the update\n"
-     "directories that no time-zone link names.\n"
-     "  --dry-run   show what would go, and change nothing\n",
+     "directories that no time-zone link names, and says why it keeps\n"
+     "the others. Finishes what a clean cut short left, marker or not.\n"
+     "  --dry-run    show what would go, and change nothing\n"
+     "  --obsolete   also remove the tz_latest link, and the data set it\n"
+     "               names, when no boot will take that data set\n",
      [](const command_arguments& a) {
-       return clean_command(a.has("--dry-run"));
+       return clean_command(a.has("--dry-run"), a.has("--obsolete"));
      }},
     {"install",
      {{"--dry-run"}, {}, 2, 2},

@@ -1,8 +1,9 @@
 // Tested through every test that builds or reads a state or compares lines.
 #include "harness/harness.h"
 
-#include <fcntl.h>      // open
-#include <sys/mman.h>   // memfd_create
+#include <fcntl.h>  // open
+#include <gtest/gtest.h>
+#include <sys/mman.h>  // memfd_create
 #include <sys/stat.h>
 #include <sys/wait.h>   // wait, WEXITSTATUS, WTERMSIG
 #include <sys/xattr.h>  // setxattr
@@ -13,8 +14,6 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
-
-#include <gtest/gtest.h>
 
 namespace stdfs = std::filesystem;
 
@@ -87,14 +86,15 @@ std::string target_text(const std::string& target) {
 std::string entry_line(const std::string& path) {
   struct stat st;
   lstat(path.c_str(), &st);
+  const std::string shown = target_text(path);
   if (S_ISLNK(st.st_mode))
-    return "link " + path + " -> " + target_text(stdfs::read_symlink(path));
-  if (S_ISDIR(st.st_mode)) return stdfs::is_empty(path) ? "dir " + path : "";
+    return "link " + shown + " -> " + target_text(stdfs::read_symlink(path));
+  if (S_ISDIR(st.st_mode)) return stdfs::is_empty(path) ? "dir " + shown : "";
   std::ifstream in(path, std::ios::binary);
   const std::string content((std::istreambuf_iterator<char>(in)), {});
   char mode[8];
   std::snprintf(mode, sizeof mode, " %04o", st.st_mode & 07777);
-  return "file " + path + " " + quote(content) +
+  return "file " + shown + " " + quote(content) +
          ((st.st_mode & 07777) == 0644 ? "" : mode);
 }
 
@@ -126,6 +126,7 @@ void build_state(const std::string& description) {
     std::istringstream in(line);
     std::string kind, path, rest;
     in >> kind >> path;
+    if (path[0] == '"') path = unquote(path);
     std::getline(in >> std::ws, rest);
     if (kind[0] != '#') build_entry(kind, path, rest);
   }

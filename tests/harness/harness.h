@@ -6,7 +6,8 @@
 //   dir PATH
 //   link PATH -> TARGET             TARGET raw, or "quoted" with escapes
 //   class PATH VALUE                (to build only) a protection class
-// and warning lines captured and compared whole. Only used in the sandbox.
+// and warning lines captured and compared whole. A PATH that does not
+// read back as written, such as one holding a line end, is "quoted". Only used in the sandbox.
 
 #include <functional>
 #include <string>
