@@ -15,6 +15,8 @@
 //                      "> PATH" at the end sends standard output there
 //   stdout             like stderr: the whole standard output expected
 //   exit N             the expected exit status
+//   no_fork            the program can make no process, as at the
+//                      process limit (which binds no process of root)
 // @INPUTS@ in a run line is the directory of releases that
 // harness/make_install_inputs built for this test run; a "then" line ending
 // in " *" accepts any content or target after it.
@@ -67,6 +69,8 @@ std::vector<scenario> all_scenarios() {
         all.back().sections[section] += line + "\n";
       } else if (word == "scenario") {
         all.push_back({rest, file.filename().string(), {}, 0});
+      } else if (word == "no_fork") {
+        all.back().sections[word] = "yes";
       } else if (word == "exit") {
         all.back().exit_status = std::stoi(rest);
       } else if (word == "readonly" || word == "class" || word == "run" ||
@@ -169,7 +173,11 @@ TEST_P(scenarios, run) {
     stdout_path = command.back();
     command.resize(command.size() - 2);
   }
-  const tool_run run = run_tool(command, stdout_path);
+  if (s.sections["run"].starts_with("mira-tzctl preview"))
+    if (const std::string why = overlay_unavailable(); !why.empty())
+      GTEST_SKIP() << why;
+  const tool_run run =
+      run_tool(command, stdout_path, s.sections["no_fork"].empty());
   EXPECT_EQ(run.status, s.exit_status);
   for (const int fd : held) close(fd);
   for (const auto& path : readonly) umount2(path.c_str(), MNT_DETACH);

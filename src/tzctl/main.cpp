@@ -27,8 +27,9 @@ const command commands[] = {
     {"status",
      {{"--json"}, {}, 0, 0},
      "status [--json]",
-     "Shows which time-zone data is in use and whether the links agree,\n"
-     "and exits 1 when they do not. Reads, never writes.\n"
+     "Shows which time-zone data is in use, what the next boot will do\n"
+     "with the links, and exits 1 unless readers see one data set now and\n"
+     "after that boot. Reads, never writes.\n"
      "  --json   the same as one JSON object\n",
      [](const command_arguments& a) {
        return status_command(a.has("--json"));

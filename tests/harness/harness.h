@@ -3,7 +3,7 @@
 // What tests and scenarios share: file-system states in a compact form, one
 // entry a line, paths absolute, parent directories implied:
 //   file PATH "content" [MODE]     content in C escapes (\n \t \\ \" \xHH)
-//   dir PATH
+//   dir PATH                        PATH raw, or "quoted" with escapes
 //   link PATH -> TARGET             TARGET raw, or "quoted" with escapes
 //   class PATH VALUE                (to build only) a protection class
 // and warning lines captured and compared whole. A PATH that does not
@@ -37,9 +37,14 @@ struct tool_run {
 
 // Runs `command` once, a program's path and its arguments (by default the
 // built mira-tzlink with none), with standard input closed and standard
-// output captured, or sent to `stdout_path` when one is given.
+// output captured, or sent to `stdout_path` when one is given. Unless
+// `may_fork`, every clone(2) it makes fails with EAGAIN.
 tool_run run_tool(const std::vector<std::string>& command = {},
-                  const std::string& stdout_path = "");
+                  const std::string& stdout_path = "", bool may_fork = true);
+
+// Why no overlay can be mounted in a mount namespace made from this one, as
+// mira-tzctl preview mounts it, or "" when one can.
+std::string overlay_unavailable();
 
 // The lines of `text` that hold more than spaces, without leading spaces.
 std::vector<std::string> lines_of(const std::string& text);
