@@ -41,7 +41,8 @@ variables assignments(const std::string& text) {
         equals == std::string::npos)
       continue;
     std::string name = trimmed(line.substr(0, equals));
-    if (!name.empty() && name.back() == ':') name.pop_back();
+    if (!name.empty() && name.back() == ':')
+      name = trimmed(name.substr(0, name.size() - 1));
     if (name.find_first_of(" \t$") != std::string::npos) continue;
     found[name] = line.substr(equals + 1);
   }
