@@ -14,6 +14,8 @@
 //                      arguments) or mira-tzctl, with these arguments;
 //                      "> PATH" at the end sends standard output there
 //   stdout             like stderr: the whole standard output expected
+//   limit NAME VALUE   a resource limit for the boots: fsize (bytes) or as
+//                      (bytes of address space)
 //   exit N             the expected exit status
 //   no_fork            the program can make no process, as at the
 //                      process limit (which binds no process of root)
@@ -42,7 +44,7 @@ namespace {
 
 struct scenario {
   std::string name, file;
-  // given, stderr, stdout, then; and readonly, class and run, one
+  // given, stderr, stdout, then; and readonly, class, run and limit, one
   // directive a line
   std::map<std::string, std::string> sections;
   int exit_status = 0;
@@ -74,7 +76,7 @@ std::vector<scenario> all_scenarios() {
       } else if (word == "exit") {
         all.back().exit_status = std::stoi(rest);
       } else if (word == "readonly" || word == "class" || word == "run" ||
-                 word == "mount" || word == "held") {
+                 word == "mount" || word == "held" || word == "limit") {
         all.back().sections[word] += rest + "\n";
       } else {
         section = word;
@@ -137,6 +139,20 @@ std::string protection_class(const std::string& path) {
   return value;
 }
 
+std::vector<resource_limit> limits_of(const std::string& lines) {
+  std::vector<resource_limit> limits;
+  for (const auto& line : lines_of(lines)) {
+    std::istringstream in(line);
+    std::string name;
+    rlim_t value = 0;
+    in >> name >> value;
+    if (name == "fsize") limits.emplace_back(RLIMIT_FSIZE, value);
+    else if (name == "as") limits.emplace_back(RLIMIT_AS, value);
+    else ADD_FAILURE() << "unknown limit " << name;
+  }
+  return limits;
+}
+
 class scenarios : public testing::TestWithParam<scenario> {};
 
 TEST_P(scenarios, run) {
@@ -176,8 +192,9 @@ TEST_P(scenarios, run) {
   if (s.sections["run"].starts_with("mira-tzctl preview"))
     if (const std::string why = overlay_unavailable(); !why.empty())
       GTEST_SKIP() << why;
-  const tool_run run =
-      run_tool(command, stdout_path, s.sections["no_fork"].empty());
+  const auto limits = limits_of(s.sections["limit"]);
+  const tool_run run = run_tool(command, stdout_path,
+                                s.sections["no_fork"].empty(), limits);
   EXPECT_EQ(run.status, s.exit_status);
   for (const int fd : held) close(fd);
   for (const auto& path : readonly) umount2(path.c_str(), MNT_DETACH);
@@ -194,7 +211,7 @@ TEST_P(scenarios, run) {
   // boot's own request, so it may come and go.
   if (!command.empty() && command[0] != MIRA_TZLINK_BINARY) return;
   const auto links_after_boot = [&] {
-    run_tool();
+    run_tool({}, "", true, limits);
     std::string links;
     for (const auto& line : lines_of(read_state()))
       if (line.starts_with("link ")) links += line + "\n";

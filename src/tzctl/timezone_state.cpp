@@ -6,6 +6,7 @@
 
 #include <fstream>
 #include <sstream>
+#include <stdexcept>  // std::invalid_argument
 #include <string>
 #include <string_view>
 

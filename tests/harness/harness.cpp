@@ -7,6 +7,7 @@
 #include <sys/mount.h>  // mount, MS_*
 #include <linux/filter.h>   // sock_filter, BPF_*
 #include <linux/seccomp.h>  // SECCOMP_*, seccomp_data
+#include <gtest/gtest.h>
 #include <sys/mman.h>   // memfd_create
 #include <sys/prctl.h>  // prctl
 #include <sys/syscall.h>  // __NR_clone, __NR_clone3
@@ -22,8 +23,6 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
-
-#include <gtest/gtest.h>
 
 namespace stdfs = std::filesystem;
 
@@ -76,6 +75,14 @@ void build_entry(const std::string& kind, const std::string& path,
     ASSERT_EQ(symlink((target[0] == '"' ? unquote(target) : target).c_str(),
                       path.c_str()),
               0);
+  } else if (kind == "fifo") {
+    ASSERT_EQ(mkfifo(path.c_str(), 0644), 0);
+  } else if (kind == "sparse") {
+    std::ofstream(path, std::ios::binary).close();
+    ASSERT_EQ(truncate(path.c_str(), std::stoll(rest)), 0);
+  } else if (kind == "many") {
+    for (long i = 0, count = std::stol(rest); i < count; ++i)
+      close(open((path + std::to_string(i)).c_str(), O_WRONLY | O_CREAT, 0644));
   } else if (kind == "class") {
     ASSERT_EQ(setxattr(path.c_str(), "user.protection_class", rest.data(),
                        rest.size(), 0),
@@ -96,16 +103,17 @@ std::string target_text(const std::string& target) {
 std::string entry_line(const std::string& path) {
   struct stat st;
   lstat(path.c_str(), &st);
+  const std::string shown = target_text(path);
   if (S_ISLNK(st.st_mode))
-    return "link " + target_text(path) + " -> " +
-           target_text(stdfs::read_symlink(path));
-  if (S_ISDIR(st.st_mode))
-    return stdfs::is_empty(path) ? "dir " + target_text(path) : "";
+    return "link " + shown + " -> " + target_text(stdfs::read_symlink(path));
+  if (S_ISDIR(st.st_mode)) return stdfs::is_empty(path) ? "dir " + shown : "";
+  if (S_ISFIFO(st.st_mode))  // reading it would wait
+    return "fifo " + shown;
   std::ifstream in(path, std::ios::binary);
   const std::string content((std::istreambuf_iterator<char>(in)), {});
   char mode[8];
   std::snprintf(mode, sizeof mode, " %04o", st.st_mode & 07777);
-  return "file " + target_text(path) + " " + quote(content) +
+  return "file " + shown + " " + quote(content) +
          ((st.st_mode & 07777) == 0644 ? "" : mode);
 }
 
@@ -137,8 +145,8 @@ void build_state(const std::string& description) {
     std::istringstream in(line);
     std::string kind, path, rest;
     in >> kind >> path;
-    std::getline(in >> std::ws, rest);
     if (path[0] == '"') path = unquote(path);
+    std::getline(in >> std::ws, rest);
     if (kind[0] != '#') build_entry(kind, path, rest);
   }
 }
@@ -217,7 +225,8 @@ void forbid_fork() {
 }
 
 tool_run run_tool(const std::vector<std::string>& command,
-                  const std::string& stdout_path, bool may_fork) {
+                  const std::string& stdout_path, bool may_fork,
+                  const std::vector<resource_limit>& limits) {
   std::vector<const char*> argv;
   for (const auto& word : command) argv.push_back(word.c_str());
   if (argv.empty()) argv.push_back(MIRA_TZLINK_BINARY);
@@ -230,6 +239,11 @@ tool_run run_tool(const std::vector<std::string>& command,
     close(0);
     dup2(stdout_path.empty() ? out : open(stdout_path.c_str(), O_WRONLY), 1);
     dup2(err, 2);
+    for (const auto& [resource, value] : limits) {
+      const rlimit limit = {value, value};
+      setrlimit(resource, &limit);
+    }
+    alarm(30);  // kept across execv: a run that hangs fails, not the suite
     if (!may_fork) forbid_fork();
     execv(argv[0], const_cast<char* const*>(argv.data()));
     _exit(127);
