@@ -18,12 +18,19 @@ json text_or_null(const std::optional<std::string>& text) {
   return text ? json(*text) : json(nullptr);
 }
 
+// "" is what a version that cannot be read reads as.
+json text_or_null(const std::string& text) {
+  return text.empty() ? json(nullptr) : json(text);
+}
+
 json dataset_json(const dataset_summary& set) {
   json out;
   out["kind"] = set.path.empty() ? "system" : "update";
   out["path"] = set.path.empty() ? json(nullptr) : json(set.path);
   out["version"] = set.version;
   out["schema"] = set.schema.empty() ? json(nullptr) : json(set.schema);
+  out["zoneinfo_version"] = text_or_null(set.halves.zoneinfo);
+  out["icu_version"] = text_or_null(set.halves.icu);
   return out;
 }
 
@@ -84,6 +91,8 @@ void print_status_json(const timezone_state& state,
       state.boot.pending ? dataset_json(*state.boot.pending) : json(nullptr);
   out["links"] = links_json(state.links);
   out["links_agree"] = state.links_agree;
+  out["versions_agree"] =
+      state.versions_agree ? json(*state.versions_agree) : json(nullptr);
   out["localtime_resolves"] = state.localtime_resolves;
   out["record"] = text_or_null(state.record);
   out["cleanup_marker"] = state.marker_present;

@@ -27,7 +27,7 @@ const mira_icu* icu_of(const mira_dataset& set) {
 dataset_summary summary_of(const mira_dataset& set) {
   const mira_icu* icu = icu_of(set);
   return {set.path, set.version_string(), icu ? icu->schema : "",
-          icu ? icu->directory : ""};
+          icu ? icu->directory : "", read_half_versions(set.path)};
 }
 
 std::string name_of(const dataset_summary& set) {

@@ -49,6 +49,22 @@ std::string pending_text(const std::optional<dataset_summary>& pending) {
   return "activates " + pending->path + ", " + version_and_schema(*pending);
 }
 
+std::string known_or_unknown(const std::string& version) {
+  return version.empty() ? "(unknown)" : version;
+}
+
+// Whether the halves in use agree, then what each of them carries.
+std::string versions_text(const timezone_state& state) {
+  if (!state.in_use) return "(none in use)";
+  const half_versions& halves = state.in_use->halves;
+  const std::optional<bool>& agree = state.versions_agree;
+  return std::string(!agree   ? "unknown"
+                     : *agree ? "yes"
+                              : "no") +
+         " (zoneinfo " + known_or_unknown(halves.zoneinfo) + ", ICU " +
+         known_or_unknown(halves.icu) + ")";
+}
+
 }  // namespace
 
 void print_status_text(const timezone_state& state) {
@@ -61,6 +77,7 @@ void print_status_text(const timezone_state& state) {
   line("localtime link", or_none(state.links.localtime));
   line("tz_latest link", or_none(state.links.tz_latest));
   line("links agree", state.links_agree ? "yes" : "no");
+  line("versions agree", versions_text(state));
   line("localtime", state.localtime_resolves
                         ? "resolves to a regular file"
                         : "does not resolve to a regular file");

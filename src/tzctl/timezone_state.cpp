@@ -122,6 +122,12 @@ void judge_localtime_repair(timezone_state& state) {
       "; the next boot points it at " + decision.target + ".");
 }
 
+std::optional<bool> halves_agree(const std::optional<dataset_summary>& set) {
+  if (!set || set->halves.zoneinfo.empty() || set->halves.icu.empty())
+    return std::nullopt;
+  return set->halves.zoneinfo == set->halves.icu;
+}
+
 std::optional<std::string> read_record() {
   if (!has_type(version_diff_record, S_IFREG, true)) return std::nullopt;
   std::ifstream in(version_diff_record);
@@ -137,6 +143,7 @@ timezone_state::timezone_state() {
   forecast_next_boot(*this);
   problems = boot.problems;
   judge_data_links(*this);
+  versions_agree = halves_agree(in_use);
   localtime_resolves = has_type(localtime_link, S_IFREG, true);
   if (!localtime_resolves)
     problems.emplace_back(

@@ -11,11 +11,14 @@
 #include <string>
 #include <vector>
 
+#include "tzctl/half_versions.h"
+
 struct dataset_summary {
-  std::string path;     // "" for the system data set
-  std::string version;  // its version text
-  std::string schema;   // its ICU schema; "" when none was found
-  std::string icutz;    // the ICU directory an icutz link names for it
+  std::string path;      // "" for the system data set
+  std::string version;   // its version text
+  std::string schema;    // its ICU schema; "" when none was found
+  std::string icutz;     // the ICU directory an icutz link names for it
+  half_versions halves;  // "" where unknown
 };
 
 // What the next boot does with the update tz_latest names.
@@ -74,6 +77,9 @@ class timezone_state {
   std::optional<latest_summary> latest;
   next_boot boot;
   bool links_agree = false;  // icutz names the ICU data of the one in use
+  // Whether the halves in use carry one release; none when either version
+  // is unknown. Reported only: no part of the verdict.
+  std::optional<bool> versions_agree;
   bool localtime_resolves = false;  // to a regular file
   std::optional<std::string> record;
   bool marker_present = false;
