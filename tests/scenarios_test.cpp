@@ -15,6 +15,9 @@
 //   run PROGRAM ARGS   what runs: mira-tzlink (the default, with no
 //                      arguments) or mira-tzctl, with these arguments;
 //                      "> PATH" at the end sends standard output there
+//   before PROGRAM ARGS  runs first, in order, each to exit 0 with its
+//                      output unchecked: the steps that lead to the state
+//                      that `run` reads
 //   stdout             like stderr: the whole standard output expected
 //   limit NAME VALUE   a resource limit for the boots: fsize (bytes) or as
 //                      (bytes of address space)
@@ -78,7 +81,8 @@ std::vector<scenario> all_scenarios() {
       } else if (word == "exit") {
         all.back().exit_status = std::stoi(rest);
       } else if (word == "readonly" || word == "class" || word == "run" ||
-                 word == "mount" || word == "bind" || word == "held" || word == "limit") {
+                 word == "before" || word == "mount" || word == "bind" ||
+                 word == "held" || word == "limit") {
         all.back().sections[word] += rest + "\n";
       } else {
         section = word;
@@ -182,10 +186,11 @@ TEST_P(scenarios, run) {
               0);
   }
   // Skipped when the releases it installs could not be built.
-  if (s.sections["run"].find("@INPUTS@") != std::string::npos) {
+  if ((s.sections["run"] + s.sections["before"]).find("@INPUTS@") !=
+      std::string::npos) {
     if (const std::string reason = missing_inputs(); !reason.empty())
       GTEST_SKIP() << reason;
-    for (const char* section : {"run", "stdout", "stderr"})
+    for (const char* section : {"run", "before", "stdout", "stderr"})
       substitute_inputs(s.sections[section]);
   }
   auto command = command_of(s.sections["run"]);
@@ -198,8 +203,10 @@ TEST_P(scenarios, run) {
     if (const std::string why = overlay_unavailable(); !why.empty())
       GTEST_SKIP() << why;
   const auto limits = limits_of(s.sections["limit"]);
-  const tool_run run = run_tool(command, stdout_path,
-                                s.sections["no_fork"].empty(), limits);
+  for (const auto& step : lines_of(s.sections["before"]))
+    EXPECT_EQ(run_tool(command_of(step), "", true, limits).status, 0) << step;
+  const tool_run run =
+      run_tool(command, stdout_path, s.sections["no_fork"].empty(), limits);
   EXPECT_EQ(run.status, s.exit_status);
   for (const int fd : held) close(fd);
   for (const auto& path : readonly) umount2(path.c_str(), MNT_DETACH);
