@@ -61,8 +61,7 @@ const command commands[] = {
      "  --dry-run   make every check, show what would be written, and\n"
      "              change nothing\n",
      [](const command_arguments& a) {
-       return install_command(a.operands[0], a.operands[1],
-                              a.has("--dry-run"));
+       return install_command(a.operands[0], a.operands[1], a.has("--dry-run"));
      }},
 };
 
@@ -101,6 +100,16 @@ int run_command(const command& c, std::span<char* const> words) {
   return c.run(*arguments);
 }
 
+// `help COMMAND`: the command's own help; the word it names when unknown.
+int help_command(std::span<char* const> words, const char* general) {
+  if (words.size() != 1) return usage_error("help takes one command", general);
+  const command* c = find_command(words[0]);
+  if (!c)
+    return usage_error("unknown command " + std::string(words[0]), general);
+  char* help_word[] = {const_cast<char*>("--help")};
+  return run_command(*c, help_word);
+}
+
 int dispatch(std::span<char* const> words) {
   constexpr char general[] = "COMMAND [OPTION...] | --help | --version";
   if (words.empty()) return usage_error("no command given", general);
@@ -113,11 +122,7 @@ int dispatch(std::span<char* const> words) {
     std::printf("mira-tzctl %s\n", MIRA_TZLINK_VERSION);
     return exit_status::ok;
   }
-  if (first == "help" && words.size() == 2)
-    if (const command* c = find_command(words[1])) {
-      char* help_word[] = {const_cast<char*>("--help")};
-      return run_command(*c, help_word);
-    }
+  if (first == "help") return help_command(words.subspan(1), general);
   if (const command* c = find_command(first))
     return run_command(*c, words.subspan(1));
   if (is_help(first) || first == "--version")
