@@ -40,8 +40,8 @@ std::string formatted(const char* format, va_list arguments) {
 void write_line(const std::string& line) {
   size_t done = 0;
   while (done < line.size()) {
-    const ssize_t n = write(STDERR_FILENO, line.data() + done,
-                            line.size() - done);
+    const ssize_t n =
+        write(STDERR_FILENO, line.data() + done, line.size() - done);
     if (n < 0 && errno == EINTR) continue;
     if (n <= 0) return;  // nowhere left to say it
     done += static_cast<size_t>(n);
