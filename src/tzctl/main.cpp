@@ -10,6 +10,7 @@
 #include "tzctl/exit_status.h"
 #include "tzctl/preview_command.h"
 #include "tzctl/printable_text.h"
+#include "tzctl/setup_image_command.h"
 #include "tzctl/status_command.h"
 
 namespace {
@@ -46,6 +47,18 @@ const command commands[] = {
      "  --dry-run   show what would go, and change nothing\n",
      [](const command_arguments& a) {
        return clean_command(a.has("--dry-run"));
+     }},
+    {"setup-image",
+     {{"--undo"}, {}, 0, 1},
+     "setup-image [--undo] [ROOT]",
+     "For an image whose /usr is rebuilt as a whole: moves the zoneinfo\n"
+     "tree to /usr/share/zoneinfo.default and links /usr/share/zoneinfo to\n"
+     "/var/db/timezone/zoneinfo, writes the ICU schema, and gives ICU\n"
+     "readers ICU_TIMEZONE_FILES_DIR. ROOT is the image, / by default.\n"
+     "  --undo   restore the tree and remove what setup-image added\n",
+     [](const command_arguments& a) {
+       return setup_image_command(
+           a.operands.empty() ? "/" : a.operands.front(), a.has("--undo"));
      }},
 };
 
