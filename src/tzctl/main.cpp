@@ -12,6 +12,7 @@
 #include "tzctl/printable_text.h"
 #include "tzctl/setup_image_command.h"
 #include "tzctl/status_command.h"
+#include "tzctl/status_prometheus.h"
 
 namespace {
 
@@ -23,14 +24,29 @@ struct command {
   int (*run)(const command_arguments&);
 };
 
+int usage_error(const std::string& what, const char* synopsis);
+
+constexpr char status_synopsis[] =
+    "status [--json | --prometheus [--output FILE]]";
+
 const command commands[] = {
     {"status",
-     {{"--json"}, {}, 0, 0},
-     "status [--json]",
+     {{"--json", "--prometheus"}, {"--output"}, 0, 0},
+     status_synopsis,
      "Shows which time-zone data is in use and whether the links agree,\n"
      "and exits 1 when they do not. Reads, never writes.\n"
-     "  --json   the same as one JSON object\n",
+     "  --json   the same as one JSON object\n"
+     "  --prometheus   the same as metrics in Prometheus's text format\n"
+     "  --output FILE  write the metrics to FILE, replacing it whole\n",
      [](const command_arguments& a) {
+       if (a.has("--prometheus") && !a.has("--json"))
+         return status_prometheus_command(
+             a.values.contains("--output") ? a.values.at("--output") : "");
+       if (a.has("--json") && a.has("--prometheus"))
+         return usage_error("--json and --prometheus exclude each other",
+                            status_synopsis);
+       if (a.values.contains("--output"))
+         return usage_error("--output goes with --prometheus", status_synopsis);
        return status_command(a.has("--json"));
      }},
     {"preview",

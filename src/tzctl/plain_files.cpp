@@ -14,12 +14,11 @@ namespace plain_files {
 
 namespace {
 
-// The new entry's name: beside the old, hidden, and the same for every run
-// so that one cut short is simply replaced by the next.
+// The new entry's name: beside the old, the same for every run so that
+// one cut short is simply replaced by the next, and with a suffix no
+// reader takes for its own (node_exporter reads *.prom, systemd *.conf).
 std::string new_name(const std::string& path) {
-  const auto slash = path.rfind('/');
-  const std::size_t at = slash == std::string::npos ? 0 : slash + 1;
-  return path.substr(0, at) + ".mira-tzctl-new." + path.substr(at);
+  return path + ".mira-tzctl-new";
 }
 
 [[noreturn]] void fail() { throw errno; }
