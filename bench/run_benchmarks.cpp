@@ -18,6 +18,7 @@
 #include "icutz_trees.h"
 #include "instruction_count.h"
 #include "interleaved_runs.h"
+#include "search_memory.h"
 
 namespace {
 
@@ -298,6 +299,7 @@ int main(int argc, char** argv) {
     rule();
     const boot_figures boots = measure_boots(o);
     const std::vector<search_row> searches = measure_searches(o);
+    measure_search_memory(o["icu-search"], trees);
     rule();
     print_legend();
     print_targets(boots, searches);

@@ -5,16 +5,28 @@
 //                      before, the expected warning lines in order, and the
 //                      whole of /var/db after (harness/harness.h's form)
 //   readonly PATH      PATH is mounted read-only while the tool runs
+//   mount PATH         a fresh tmpfs is mounted at PATH before `given`
+//                      is built, and unmounted once `then` is checked
+//   held PATH          the runner holds an flock on PATH (given) while
+//                      the tool runs
 //   class PATH VALUE   PATH's data-protection class afterwards, or "none"
 //   run PROGRAM ARGS   what runs: mira-tzlink (the default, with no
 //                      arguments) or mira-tzctl, with these arguments;
 //                      "> PATH" at the end sends standard output there
 //   stdout             like stderr: the whole standard output expected
+//   limit NAME VALUE   a resource limit for the boots: fsize (bytes) or as
+//                      (bytes of address space)
 //   exit N             the expected exit status
+//   no_fork            the program can make no process, as at the
+//                      process limit (which binds no process of root)
 // What the first run leaves is checked; after a boot, two more boots
 // follow, and the third must leave the links as the second did.
+#include <fcntl.h>  // open
+#include <gtest/gtest.h>
+#include <sys/file.h>   // flock
 #include <sys/mount.h>  // mount, umount2, MS_*
 #include <sys/xattr.h>  // getxattr
+#include <unistd.h>     // close
 
 #include <algorithm>
 #include <filesystem>
@@ -22,15 +34,13 @@
 #include <map>
 #include <sstream>
 
-#include <gtest/gtest.h>
-
 #include "harness/harness.h"
 
 namespace {
 
 struct scenario {
   std::string name, file;
-  // given, stderr, stdout, then; and readonly, class and run, one
+  // given, stderr, stdout, then; and readonly, class, run and limit, one
   // directive a line
   std::map<std::string, std::string> sections;
   int exit_status = 0;
@@ -58,9 +68,12 @@ std::vector<scenario> all_scenarios() {
         all.back().sections[section] += line + "\n";
       } else if (word == "scenario") {
         all.push_back({rest, file.filename().string(), {}, 0});
+      } else if (word == "no_fork") {
+        all.back().sections[word] = "yes";
       } else if (word == "exit") {
         all.back().exit_status = std::stoi(rest);
-      } else if (word == "readonly" || word == "class" || word == "run") {
+      } else if (word == "readonly" || word == "class" || word == "run" ||
+                 word == "mount" || word == "held" || word == "limit") {
         all.back().sections[word] += rest + "\n";
       } else {
         section = word;
@@ -76,9 +89,12 @@ std::vector<std::string> command_of(const std::string& run) {
   std::vector<std::string> command;
   for (std::string word; in >> word;) command.push_back(word);
   if (command.empty()) return command;
-  if (command[0] == "mira-tzctl") command[0] = MIRA_TZCTL_BINARY;
-  else if (command[0] == "mira-tzlink") command[0] = MIRA_TZLINK_BINARY;
-  else ADD_FAILURE() << "unknown program " << command[0];
+  if (command[0] == "mira-tzctl")
+    command[0] = MIRA_TZCTL_BINARY;
+  else if (command[0] == "mira-tzlink")
+    command[0] = MIRA_TZLINK_BINARY;
+  else
+    ADD_FAILURE() << "unknown program " << command[0];
   return command;
 }
 
@@ -89,12 +105,36 @@ std::string protection_class(const std::string& path) {
   return value;
 }
 
+std::vector<resource_limit> limits_of(const std::string& lines) {
+  std::vector<resource_limit> limits;
+  for (const auto& line : lines_of(lines)) {
+    std::istringstream in(line);
+    std::string name;
+    rlim_t value = 0;
+    in >> name >> value;
+    if (name == "fsize") limits.emplace_back(RLIMIT_FSIZE, value);
+    else if (name == "as") limits.emplace_back(RLIMIT_AS, value);
+    else ADD_FAILURE() << "unknown limit " << name;
+  }
+  return limits;
+}
+
 class scenarios : public testing::TestWithParam<scenario> {};
 
 TEST_P(scenarios, run) {
   scenario s = GetParam();
   SCOPED_TRACE(s.file + ": " + s.name);
+  const auto mounts = lines_of(s.sections["mount"]);
+  for (const auto& path : mounts) {
+    std::filesystem::create_directories(path);
+    EXPECT_EQ(mount("tmpfs", path.c_str(), "tmpfs", 0, nullptr), 0);
+  }
   build_state(s.sections["given"]);
+  std::vector<int> held;
+  for (const auto& path : lines_of(s.sections["held"])) {
+    held.push_back(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    EXPECT_EQ(flock(held.back(), LOCK_EX), 0);
+  }
   const auto readonly = lines_of(s.sections["readonly"]);
   for (const auto& path : readonly) {
     EXPECT_EQ(mount(path.c_str(), path.c_str(), nullptr, MS_BIND, nullptr), 0);
@@ -108,8 +148,14 @@ TEST_P(scenarios, run) {
     stdout_path = command.back();
     command.resize(command.size() - 2);
   }
-  const tool_run run = run_tool(command, stdout_path);
+  if (s.sections["run"].starts_with("mira-tzctl preview"))
+    if (const std::string why = overlay_unavailable(); !why.empty())
+      GTEST_SKIP() << why;
+  const auto limits = limits_of(s.sections["limit"]);
+  const tool_run run = run_tool(command, stdout_path,
+                                s.sections["no_fork"].empty(), limits);
   EXPECT_EQ(run.status, s.exit_status);
+  for (const int fd : held) close(fd);
   for (const auto& path : readonly) umount2(path.c_str(), MNT_DETACH);
   expect_lines(s.sections["stderr"], run.stderr_text);
   expect_lines(s.sections["stdout"], run.stdout_text);
@@ -118,6 +164,7 @@ TEST_P(scenarios, run) {
   std::string expected;
   for (const auto& line : then) expected += line + "\n";
   EXPECT_EQ(read_state(), expected);
+  for (const auto& path : mounts) umount2(path.c_str(), MNT_DETACH);
   for (const auto& line : lines_of(s.sections["class"]))
     EXPECT_EQ(protection_class(line.substr(0, line.find(' '))),
               line.substr(line.find(' ') + 1));
@@ -125,7 +172,7 @@ TEST_P(scenarios, run) {
   // boot's own request, so it may come and go.
   if (!command.empty() && command[0] != MIRA_TZLINK_BINARY) return;
   const auto links_after_boot = [&] {
-    run_tool();
+    run_tool({}, "", true, limits);
     std::string links;
     for (const auto& line : lines_of(read_state()))
       if (line.starts_with("link ")) links += line + "\n";

@@ -1,11 +1,12 @@
-// Tested by tests/dataset/mira_icu_test.cpp.
+// Tested by tests/scenarios/icu_schema.scn, limits.scn and
+// tests/dataset/mira_icu_test.cpp.
 #include "dataset/mira_icu.h"
 
-#include <err.h>  // warn
+#include <dirent.h>  // opendir, readdir, closedir, dirfd
+#include <err.h>     // warn
 #include <errno.h>
-#include <fts.h>
-#include <string.h>    // strerror
-#include <sys/stat.h>  // S_IROTH
+#include <fcntl.h>     // AT_SYMLINK_NOFOLLOW
+#include <sys/stat.h>  // fstatat, S_IROTH
 
 #include <string_view>
 
@@ -22,34 +23,27 @@ std::string choose_directory(const std::string& dataset_path) {
   return dataset_path + "/" + "icutz";
 }
 
-// Only a world-readable regular file can name the schema. The walk does not
-// stat what it delivers, so a candidate is looked at here, without
-// following links: a link never qualifies.
-bool is_readable_data_file(const FTSENT& entry) {
-  if (entry.fts_errno != 0 || entry.fts_name[0] == '\0') return false;
+// Only a world-readable regular file can name the schema. It is looked at
+// without following links: a link never qualifies.
+bool is_readable_data_file(DIR* directory, const dirent& entry) {
+  if (entry.d_type != DT_REG && entry.d_type != DT_UNKNOWN) return false;
   struct stat status;
-  if (entry.fts_info == FTS_NSOK) {
-    if (lstat(entry.fts_accpath, &status) != 0) return false;
-  } else if (entry.fts_info == FTS_F) {
-    status = *entry.fts_statp;
-  } else {
+  if (fstatat(dirfd(directory), entry.d_name, &status, AT_SYMLINK_NOFOLLOW))
     return false;
-  }
   return S_ISREG(status.st_mode) && (status.st_mode & S_IROTH) != 0;
 }
 
-// The first data file the walk delivers wins; nothing is sorted. Only
-// entries directly inside the directory count, so subdirectories are not
-// entered: on a large tree that is most of the cost.
-void read_schema_from_names(FTS* walk, std::string& schema) {
-  for (FTSENT* entry; (entry = fts_read(walk)) != nullptr;) {
-    if (!schema.empty()) break;
-    if (entry->fts_level != 1) continue;
-    if (entry->fts_info == FTS_D) (void)fts_set(walk, entry, FTS_SKIP);
-    const std::string_view found = match_icu_data_file_name(
-        std::string_view(entry->fts_name, entry->fts_namelen));
-    if (!found.empty() && is_readable_data_file(*entry)) schema = found;
+// The first data file directly inside the directory wins, in the order the
+// file system lists them; nothing is sorted, and subdirectories are not
+// entered. readdir(3) reads a block of names at a time, so the memory this
+// takes does not grow with the number of entries.
+std::string schema_from_names(DIR* directory) {
+  for (const dirent* entry; (entry = readdir(directory)) != nullptr;) {
+    const std::string_view found = match_icu_data_file_name(entry->d_name);
+    if (!found.empty() && is_readable_data_file(directory, *entry))
+      return std::string(found);
   }
+  return std::string();
 }
 
 }  // namespace
@@ -68,19 +62,18 @@ void mira_icu::initialize() {
     schema = fs::read_first_word(directory + "/" + "icutzformat.txt");
     return;
   }
-  std::string root = directory;  // fts_open wants writable strings
-  char* roots[] = {root.data(), nullptr};
-  FTS* walk = fts_open(
-      roots, FTS_COMFOLLOW | FTS_PHYSICAL | FTS_XDEV | FTS_NOSTAT, nullptr);
-  if (walk == nullptr) {
-    const int error = errno;
-    warn("tz_icu::initialize: fts_open of %s failed, %s", directory.c_str(),
-         strerror(error));
-    throw error;
+  // A link to a directory is followed; a missing or unreadable directory
+  // holds no data file.
+  if (DIR* names = opendir(directory.c_str())) {
+    schema = schema_from_names(names);
+    (void)closedir(names);
   }
-  read_schema_from_names(walk, schema);
-  (void)fts_close(walk);
-  if (schema.empty()) warn("No ICU schema found for %s", dataset_path.c_str());
+  if (schema.empty()) {
+    // A search that found nothing ends with errno 0, as a finished walk of
+    // the tree always has: the line, and those after it, show it.
+    errno = 0;
+    warn("No ICU schema found for %s", dataset_path.c_str());
+  }
 }
 
 bool mira_icu::compatible_schema(const mira_dataset_component& other) const {

@@ -2,8 +2,9 @@
 
 // The ICU time-zone data of a data set, and the links /var/db/timezone/icutz
 // and /var/db/icutz. Its schema is the only test of compatibility between
-// data sets. Construction throws int errno when the icutz directory cannot
-// be walked at all; activation throws only when the new link cannot be made.
+// data sets. Construction throws nothing but std::bad_alloc: an icutz
+// directory that cannot be read holds no schema. Activation throws int errno
+// only when the new link cannot be made.
 
 #include <string>
 

@@ -1,4 +1,5 @@
-// Tested by tests/scenarios/update.scn and hostile.scn.
+// Tested by tests/scenarios/update.scn, hostile.scn and
+// unreadable_files.scn.
 #include "dataset/mira_zoneinfo.h"
 
 #include <err.h>  // warn
@@ -25,8 +26,11 @@ mira_zoneinfo::mira_zoneinfo(const std::string& dataset_path)
 
 void mira_zoneinfo::read_version() {
   // A missing, unreadable or blank file leaves the version empty, silently:
-  // the data set decides what an empty version means.
-  version = fs::read_first_word(directory + "/" + "+VERSION");
+  // the data set decides what an empty version means. Only the system's
+  // word names a data set (an update is named by its directory), so an
+  // update's file is opened and read as ever, but only its first block.
+  version =
+      fs::read_first_word(directory + "/" + "+VERSION", !dataset_path.empty());
 }
 
 bool mira_zoneinfo::compatible_schema(const mira_dataset_component&) const {

@@ -19,11 +19,13 @@ class mira_zoneinfo final : public mira_dataset_component {
   explicit mira_zoneinfo(const std::string& dataset_path);
 
   void read_version();
-  std::string get_version() const { return version; }
+  const std::string& get_version() const { return version; }
 
   bool compatible_schema(const mira_dataset_component& other) const override;
   void activate() override;
 
   std::string directory;
-  std::string version;  // first word of directory + "/+VERSION"
+  // First word of directory + "/+VERSION"; for an update, as much of it
+  // as its first block holds.
+  std::string version;
 };

@@ -1,9 +1,11 @@
-// Tested by tests/scenarios/long_words.scn and icu_schema.scn.
+// Tested by tests/scenarios/long_words.scn, icu_schema.scn and
+// unreadable_files.scn.
 #include "fs/read_first_word.h"
 
 #include <errno.h>
-#include <fcntl.h>   // open, O_RDONLY, O_CLOEXEC
-#include <unistd.h>  // read, close
+#include <fcntl.h>     // open, O_*
+#include <sys/stat.h>  // fstat, S_ISREG, S_ISDIR
+#include <unistd.h>    // read, close
 
 #include <algorithm>
 #include <string_view>
@@ -40,15 +42,30 @@ bool take_word(std::string_view chunk, std::string& word) {
   return end != chunk.end();
 }
 
+// A FIFO would wait for a writer and a device may never end: only a
+// regular file is read. A directory is read too, as it always was: its
+// read fails with EISDIR, and later lines show that errno.
+bool is_readable_kind(int fd) {
+  struct stat status;
+  if (fstat(fd, &status) != 0) return false;
+  return S_ISREG(status.st_mode) || S_ISDIR(status.st_mode);
+}
+
 }  // namespace
 
-std::string read_first_word(const std::string& path) {
+std::string read_first_word(const std::string& path, bool first_block_only) {
   std::string word;
-  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  // Non-blocking, so that opening a FIFO with no writer returns at once;
+  // a terminal opened here must not become the boot's controlling one.
+  const int fd =
+      open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
   if (fd == -1) return word;
-  char buffer[chunk_size];
-  for (ssize_t length; (length = read_chunk(fd, buffer)) > 0;) {
-    if (take_word(std::string_view(buffer, length), word)) break;
+  if (is_readable_kind(fd)) {
+    char buffer[chunk_size];
+    for (ssize_t length; (length = read_chunk(fd, buffer)) > 0;) {
+      if (take_word(std::string_view(buffer, length), word) || first_block_only)
+        break;
+    }
   }
   (void)close(fd);
   return word;

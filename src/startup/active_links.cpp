@@ -9,10 +9,6 @@
 #include "dataset/mira_zoneinfo.h"
 #include "fs/operations.h"
 
-namespace {
-constexpr char latest_link[] = "/var/db/timezone/tz_latest";
-}  // namespace
-
 std::string read_latest_link() { return fs::read_symlink(latest_link); }
 
 std::string current_dataset_path() {

@@ -6,6 +6,8 @@
 
 #include <string>
 
+inline constexpr char latest_link[] = "/var/db/timezone/tz_latest";
+
 // The target of /var/db/timezone/tz_latest, unjudged; "" when missing.
 std::string read_latest_link();
 

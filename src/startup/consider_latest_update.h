@@ -9,6 +9,12 @@
 
 class mira_dataset;
 
+// Whether the boot activates `latest`: the system can read it and it is
+// newer than `current`, what the zoneinfo link named at boot. Pure.
+bool takes_latest_update(const mira_dataset& system,
+                         const mira_dataset& current,
+                         const mira_dataset& latest);
+
 void consider_latest_update(const mira_dataset& system,
                             const mira_dataset& current,
                             const mira_dataset& in_place,

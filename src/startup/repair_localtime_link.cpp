@@ -19,12 +19,11 @@ constexpr char default_target[] =
 
 // Throws, whatever the type, when the link has to be reset.
 void keep_in_active_tree() {
-  const std::string target = fs::read_symlink(localtime_link);
-  // Prefixes only: the zone file itself is not looked for.
-  if (target.starts_with(accepted_prefix)) return;
-  if (!target.starts_with(replaced_prefix)) throw -1;
-  const std::string corrected =
-      std::string(accepted_prefix) + target.substr(replaced_prefix.size());
+  const localtime_decision decision =
+      decide_localtime_link(fs::read_symlink(localtime_link));
+  if (decision.what == localtime_decision::action::keep) return;
+  if (decision.what == localtime_decision::action::reset) throw -1;
+  const std::string& corrected = decision.target;
   warn("Correcting localtime link to %s", corrected.c_str());
   if (!fs::exists(corrected)) throw -1;
   (void)std::remove(localtime_link);
@@ -32,6 +31,16 @@ void keep_in_active_tree() {
 }
 
 }  // namespace
+
+localtime_decision decide_localtime_link(const std::string& target) {
+  using action = localtime_decision::action;
+  // Prefixes only: the zone file itself is not looked for.
+  if (target.starts_with(accepted_prefix)) return {action::keep, target};
+  if (!target.starts_with(replaced_prefix))
+    return {action::reset, default_target};
+  return {action::correct,
+          std::string(accepted_prefix) + target.substr(replaced_prefix.size())};
+}
 
 void repair_localtime_link() {
   try {

@@ -7,6 +7,11 @@
 
 class mira_dataset;
 
+// Whether `current` may stay in place: the system can read it (same ICU
+// schema) and it is not older than the system data set. Pure.
+bool keeps_linked_dataset(const mira_dataset& system,
+                          const mira_dataset& current);
+
 // Returns the data set whose links now stand: `current` or `system`.
 const mira_dataset& verify_current_dataset(const mira_dataset& system,
                                            const mira_dataset& current);

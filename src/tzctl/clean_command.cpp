@@ -1,108 +1,213 @@
 // Tested by tests/scenarios/tzctl_clean.scn.
 #include "tzctl/clean_command.h"
 
-#include <err.h>  // warn
+#include <err.h>  // warn, warnx
 #include <errno.h>
-#include <stdio.h>  // rename
 
+#include <algorithm>
 #include <cinttypes>  // PRIuMAX
 #include <cstdint>
 #include <cstdio>
-#include <filesystem>
+#include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "dataset/mira_icu.h"
 #include "dataset/mira_zoneinfo.h"
 #include "fs/operations.h"
-#include "startup/active_links.h"
 #include "startup/touch_cleanup_marker.h"
-#include "tzctl/unnamed_datasets.h"
-
-namespace stdfs = std::filesystem;
+#include "tzctl/exit_status.h"
+#include "tzctl/named_entries.h"
+#include "tzctl/printable_text.h"
+#include "tzctl/safe_removal.h"
+#include "tzctl/state_lock.h"
+#include "tzctl/state_paths.h"
+#include "tzctl/timezone_state.h"
 
 namespace {
 
-// Bytes of data in the regular files below `directory`; links and
-// directories themselves are not counted.
-std::uintmax_t data_bytes(const stdfs::path& directory) {
-  std::uintmax_t total = 0;
-  std::error_code error;
-  for (stdfs::recursive_directory_iterator walk(directory, error), end;
-       !error && walk != end; walk.increment(error)) {
-    if (walk->symlink_status(error).type() == stdfs::file_type::regular)
-      total += walk->file_size(error);
-  }
-  return total;
-}
+struct data_link {
+  const char* name;
+  const char* path;
+  std::optional<std::string> target;
+};
 
-// Renamed to a hidden name first: an interrupted removal must never leave
-// part of a data set under a version's name, where it would pass for one.
-bool remove_dataset(const stdfs::path& directory) {
-  stdfs::path doomed = directory;
-  const std::string name = directory.filename().string();
-  if (!name.starts_with(set_aside_prefix)) {
-    doomed.replace_filename(set_aside_prefix + name);
-    if (rename(directory.c_str(), doomed.c_str()) != 0) {
-      warn("Could not set %s aside", directory.c_str());
-      return false;
-    }
-  }
-  std::error_code error;
-  stdfs::remove_all(doomed, error);
-  if (!error) return true;
-  errno = error.value();
-  warn("Could not remove %s", doomed.c_str());
-  return false;
-}
-
-}  // namespace
-
-int clean_command(bool dry_run) {
-  if (!fs::exists(cleanup_marker)) {
-    std::printf("No clean-up marker: nothing to clean.\n");
-    return 0;
-  }
-  std::vector<stdfs::path> doomed;
-  try {
-    doomed = unnamed_datasets({fs::read_symlink(mira_zoneinfo::link_path),
-                               fs::read_symlink(mira_icu::link_path),
-                               read_latest_link()});
-  } catch (int) {  // fs::read_symlink has written its line
-    warn("Cannot tell which data sets are in use; removing nothing");
-    return 1;
-  } catch (const stdfs::filesystem_error& failure) {
-    errno = failure.code().value();
-    warn("Cannot list %s; removing nothing", failure.path1().c_str());
-    return 1;
-  }
+struct clean_run {
+  bool dry_run, obsolete, marker;
+  const safe_removal* updates;                  // none when there is no tz/
+  std::map<std::string, std::string> named_by;  // entry: "zoneinfo and icutz"
+  std::vector<std::string> freed;  // named by a tz_latest link removed
   std::uintmax_t total = 0;
   bool complete = true;
-  for (const stdfs::path& directory : doomed) {
-    const std::uintmax_t bytes = data_bytes(directory);
-    std::printf("%s: %" PRIuMAX " bytes\n", directory.c_str(), bytes);
-    std::fflush(stdout);  // before any line about it on standard error
-    if (!dry_run && !remove_dataset(directory)) {
-      complete = false;
-    } else {
-      total += bytes;
+};
+
+bool is_leftover(const std::string& name) {
+  return name.starts_with(cleaning_prefix) ||
+         name.starts_with(installing_prefix);
+}
+
+// Leftovers first: a directory set aside now may need the name a cut-short
+// clean left behind.
+std::vector<std::string> entries_in_order(const safe_removal* updates) {
+  std::vector<std::string> entries;
+  if (updates) entries = updates->directories();
+  std::stable_partition(entries.begin(), entries.end(), is_leftover);
+  return entries;
+}
+
+// Throws int after a line: a link that cannot be read might name any
+// directory.
+std::vector<data_link> read_data_links() {
+  std::vector<data_link> links = {{"zoneinfo", mira_zoneinfo::link_path, {}},
+                                  {"icutz", mira_icu::link_path, {}},
+                                  {"tz_latest", latest_link_path, {}}};
+  for (data_link& link : links) try {
+      link.target = whole_link_target(link.path);
+    } catch (int error) {
+      errno = error;
+      warn("Cannot read the link %s", link.path);
+      throw;
     }
+  return links;
+}
+
+void add_name(std::string& names, const char* name) {
+  if (const auto last = names.rfind(" and "); last != std::string::npos)
+    names.replace(last, 5, ", ");
+  names += names.empty() ? name : std::string(" and ") + name;
+}
+
+// Says why no boot will take what tz_latest names, if none will; with
+// --obsolete, removes the link. False when it should have and could not.
+bool judge_latest(clean_run& run, data_link& latest) {
+  if (!latest.target) return true;
+  const std::string why = why_no_boot_takes(*latest.target);
+  if (why.empty()) return true;
+  std::printf("tz_latest names %s, which no boot will take: %s.\n",
+              printable(*latest.target).c_str(), why.c_str());
+  if (!run.obsolete) {
+    std::printf("'mira-tzctl clean --obsolete' removes it and the link.\n");
+    return true;
   }
-  if (dry_run) {
+  if (!run.dry_run) try {
+      fs::remove(latest_link_path);
+    } catch (int) {  // fs::remove has written its line; the set stays named
+      return false;
+    }
+  run.freed = entries_named(*latest.target);
+  latest.target.reset();
+  return true;
+}
+
+void remove_entry(clean_run& run, const std::string& name) {
+  const std::string path = printable(updates_directory + ("/" + name));
+  const safe_removal::usage inside = run.updates->measure(name);
+  if (!inside.mount_point.empty()) {
+    warnx("Keeping %s: a file system is mounted at %s", path.c_str(),
+          printable(inside.mount_point).c_str());
+    run.complete = false;
+    return;
+  }
+  std::printf("%s: %" PRIuMAX " bytes\n", path.c_str(), inside.bytes);
+  std::fflush(stdout);  // before any line about it on standard error
+  if (!run.dry_run && !run.updates->remove(name)) {
+    run.complete = false;
+  } else {
+    run.total += inside.bytes;
+  }
+}
+
+void weigh_entry(clean_run& run, const std::string& name) {
+  const std::string path = printable(updates_directory + ("/" + name));
+  const bool freed =
+      std::find(run.freed.begin(), run.freed.end(), name) != run.freed.end();
+  if (const auto named = run.named_by.find(name); named != run.named_by.end())
+    std::printf("%s: kept, named by %s\n", path.c_str(), named->second.c_str());
+  else if (is_leftover(name) || run.marker || freed)
+    remove_entry(run, name);
+  else
+    std::printf(
+        "%s: kept; no link names it, but no boot asked for a "
+        "clean-up\n",
+        path.c_str());
+}
+
+int finish(const clean_run& run) {
+  if (run.dry_run) {
     std::printf("Dry run: %" PRIuMAX " bytes to reclaim; nothing changed.\n",
-                total);
-    return 0;
+                run.total);
+    return run.complete ? exit_status::ok : exit_status::not_done;
   }
-  if (!complete) {
+  if (!run.complete) {
     warn("Clean-up incomplete; the clean-up marker stays");
-    return 1;
+    return exit_status::not_done;
+  }
+  if (!run.marker) {
+    std::printf("Reclaimed %" PRIuMAX " bytes.\n", run.total);
+    return exit_status::ok;
   }
   try {
     fs::remove(cleanup_marker);
   } catch (int) {  // fs::remove has written its line; the data is gone
-    return 1;
+    return exit_status::not_done;
   }
   std::printf("Reclaimed %" PRIuMAX " bytes; clean-up marker removed.\n",
-              total);
-  return 0;
+              run.total);
+  return exit_status::ok;
+}
+
+// Under the lock: everything is read again, as an install may have
+// published since the first look.
+int clean_locked(clean_run& run) {
+  std::vector<data_link> links;
+  try {
+    links = read_data_links();
+  } catch (int) {  // read_data_links has written its line
+    warn("Cannot tell which data sets are in use; removing nothing");
+    return exit_status::not_done;
+  }
+  run.complete = judge_latest(run, links.back());
+  for (const data_link& link : links)
+    if (link.target)
+      for (const std::string& entry : entries_named(*link.target))
+        add_name(run.named_by[entry], link.name);
+  for (const std::string& name : entries_in_order(run.updates))
+    if (!name.starts_with('.') || is_leftover(name)) weigh_entry(run, name);
+  return finish(run);
+}
+
+}  // namespace
+
+int clean_command(bool dry_run, bool obsolete) {
+  std::optional<safe_removal> updates;
+  try {
+    updates.emplace();
+    // A missing tz/ holds nothing to remove; the marker may still go.
+  } catch (int error) {  // safe_removal has written its line, if any
+    if (error != ENOENT) return exit_status::not_done;
+  }
+  clean_run run{dry_run,
+                obsolete,
+                fs::exists(cleanup_marker),
+                updates ? &*updates : nullptr,
+                {},
+                {},
+                0,
+                true};
+  const auto entries = entries_in_order(run.updates);
+  if (!run.marker && !obsolete &&
+      (entries.empty() || !is_leftover(entries.front()))) {
+    std::printf("No clean-up marker: nothing to clean.\n");
+    return exit_status::ok;
+  }
+  // A dry run changes nothing, so it needs no lock and any user may run it.
+  std::optional<state_lock> lock;
+  try {
+    if (!dry_run) lock.emplace("clean");
+  } catch (int error) {  // state_lock has written its line
+    return error == EWOULDBLOCK ? exit_status::not_done
+                                : exit_status::cannot_run;
+  }
+  return clean_locked(run);
 }

@@ -33,8 +33,9 @@ const command commands[] = {
     {"status",
      {{"--json", "--prometheus"}, {"--output"}, 0, 0},
      status_synopsis,
-     "Shows which time-zone data is in use and whether the links agree,\n"
-     "and exits 1 when they do not. Reads, never writes.\n"
+     "Shows which time-zone data is in use, what the next boot will do\n"
+     "with the links, and exits 1 unless readers see one data set now and\n"
+     "after that boot. Reads, never writes.\n"
      "  --json   the same as one JSON object\n"
      "  --prometheus   the same as metrics in Prometheus's text format\n"
      "  --output FILE  write the metrics to FILE, replacing it whole\n",
@@ -56,13 +57,16 @@ const command commands[] = {
      "lines it would write and every entry it would change.\n",
      [](const command_arguments&) { return preview_command(); }},
     {"clean",
-     {{"--dry-run"}, {}, 0, 0},
-     "clean [--dry-run]",
+     {{"--dry-run", "--obsolete"}, {}, 0, 0},
+     "clean [--dry-run] [--obsolete]",
      "After a boot that left the clean-up marker, removes the update\n"
-     "directories that no time-zone link names.\n"
-     "  --dry-run   show what would go, and change nothing\n",
+     "directories that no time-zone link names, and says why it keeps\n"
+     "the others. Finishes what a clean cut short left, marker or not.\n"
+     "  --dry-run    show what would go, and change nothing\n"
+     "  --obsolete   also remove the tz_latest link, and the data set it\n"
+     "               names, when no boot will take that data set\n",
      [](const command_arguments& a) {
-       return clean_command(a.has("--dry-run"));
+       return clean_command(a.has("--dry-run"), a.has("--obsolete"));
      }},
     {"setup-image",
      {{"--undo"}, {}, 0, 1},

@@ -1,26 +1,29 @@
-// Tested by tests/scenarios/tzctl_preview.scn.
+// Tested by tests/scenarios/tzctl_preview.scn and
+// tests/tzctl/preview_command_test.cpp.
 #include "tzctl/preview_command.h"
 
-#include <err.h>  // warn
+#include <err.h>  // warn, warnx
 #include <errno.h>
-#include <sys/mman.h>  // memfd_create
-#include <sys/wait.h>  // waitpid, W*
+#include <sys/wait.h>  // W*
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "tzctl/boot_run.h"
 #include "tzctl/exit_status.h"
+#include "tzctl/printable_text.h"
 #include "tzctl/private_view.h"
-#include "tzctl/tree_snapshot.h"
+#include "tzctl/view_changes.h"
 
 namespace {
 
 constexpr char boot_tool_name[] = "mira-tzlink";
 constexpr char installed_boot_tool[] = "/usr/sbin/mira-tzlink";
+constexpr char boot_line_start[] = "mira-tzlink: ";
 
 // The boot tool installed beside this program, as in a build tree or
 // wherever the package put both; else where the package puts it.
@@ -34,34 +37,30 @@ std::string boot_tool() {
   return installed_boot_tool;
 }
 
-struct boot_run {
-  std::string lines;  // what it wrote on standard error
-  int status = 0;     // wait(2)'s
-};
-
-std::string read_all(int fd) {
-  std::string text;
-  char buffer[4096];
-  (void)lseek(fd, 0, SEEK_SET);
-  for (ssize_t n; (n = read(fd, buffer, sizeof buffer)) > 0;)
-    text.append(buffer, n);
-  return text;
+// Every boot line starts with the tool's name: a piece that does not
+// continues the line before, cut by a line end in a name it shows.
+std::vector<std::string> boot_lines(const std::string& text) {
+  std::vector<std::string> lines;
+  for (size_t start = 0; start < text.size();) {
+    const size_t end = std::min(text.find('\n', start), text.size());
+    const std::string piece = text.substr(start, end - start);
+    if (lines.empty() || piece.starts_with(boot_line_start))
+      lines.push_back(piece);
+    else
+      lines.back() += "\n" + piece;
+    start = end + 1;
+  }
+  for (std::string& line : lines) line = printable(line);
+  return lines;
 }
 
-boot_run run_boot(const std::string& tool) {
-  const int lines = memfd_create("boot-lines", MFD_CLOEXEC);
-  std::fflush(stdout);
-  const pid_t pid = fork();
-  if (pid == 0) {
-    (void)dup2(lines, 2);
-    execl(tool.c_str(), tool.c_str(), static_cast<char*>(nullptr));
-    _exit(127);
-  }
-  boot_run run;
-  (void)waitpid(pid, &run.status, 0);
-  run.lines = read_all(lines);
-  (void)close(lines);
-  return run;
+// Only /var/db is writable in the view: a write the boot makes elsewhere,
+// through a link that leads out of it, fails there and nowhere else.
+bool wrote_outside(const std::vector<std::string>& lines, bool writable) {
+  const std::string refused = std::string(": ") + std::strerror(EROFS);
+  for (const std::string& line : lines)
+    if (writable && line.ends_with(refused)) return true;
+  return false;
 }
 
 // Each line indented under its heading; a heading alone when none.
@@ -71,19 +70,31 @@ void print_section(const char* heading, const char* nothing,
   for (const std::string& line : lines) std::printf("  %s\n", line.c_str());
 }
 
-std::vector<std::string> split_lines(const std::string& text) {
-  std::vector<std::string> lines;
-  std::istringstream in(text);
-  for (std::string line; std::getline(in, line);) lines.push_back(line);
-  return lines;
-}
-
-void print_outcome(int status) {
-  if (WIFEXITED(status)) {
-    std::printf("It would exit with status %d.\n", WEXITSTATUS(status));
-  } else {
-    std::printf("It would be killed by signal %d.\n", WTERMSIG(status));
+int report(const boot_run& run, const private_view& view) {
+  if (WIFSIGNALED(run.status)) {
+    warnx("The boot tool was killed by signal %d", WTERMSIG(run.status));
+    return exit_status::cannot_run;
   }
+  const std::vector<std::string> lines = boot_lines(run.lines);
+  print_section("The next boot would write:",
+                "The next boot would write no line.", lines);
+  print_section("The next boot would change:",
+                "The next boot would change nothing.", view_changes(view.data));
+  std::vector<std::string> outside;
+  for (const covered_directory& directory : view.outside)
+    for (std::string& line : view_changes(directory))
+      outside.push_back(std::move(line));
+  if (!outside.empty())
+    print_section("It would change outside /var/db, through a link:", "",
+                  outside);
+  if (wrote_outside(lines, view.writable)) {
+    warnx(
+        "The next boot would write outside /var/db, which a preview does "
+        "not allow; what it would do after that is not shown");
+    return exit_status::not_done;
+  }
+  std::printf("It would exit with status %d.\n", WEXITSTATUS(run.status));
+  return exit_status::ok;
 }
 
 }  // namespace
@@ -95,21 +106,9 @@ int preview_command() {
     return exit_status::cannot_run;
   }
   try {
-    enter_private_view();
-    const tree_snapshot before = take_snapshot();
-    const boot_run run = run_boot(tool);
-    const std::vector<std::string> changed = changes(before, take_snapshot());
-    print_section("The next boot would write:",
-                  "The next boot would write no line.", split_lines(run.lines));
-    print_section("The next boot would change:",
-                  "The next boot would change nothing.", changed);
-    print_outcome(run.status);
-    return 0;
-  } catch (int) {  // the view has written its line
-    return exit_status::cannot_run;
-  } catch (const std::filesystem::filesystem_error& failure) {
-    errno = failure.code().value();
-    warn("Cannot compare %s before and after", failure.path1().c_str());
+    const private_view view = enter_private_view();
+    return report(run_boot(tool), view);
+  } catch (int) {  // the view, the run or the comparison wrote its line
     return exit_status::cannot_run;
   }
 }

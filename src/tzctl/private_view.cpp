@@ -1,26 +1,25 @@
-// Tested by tests/scenarios/tzctl_preview.scn.
+// Tested by tests/scenarios/tzctl_preview.scn and
+// tests/tzctl/preview_command_test.cpp.
 #include "tzctl/private_view.h"
 
 #include <err.h>  // warn
 #include <errno.h>
-#include <fcntl.h>      // open, O_PATH, O_DIRECTORY, AT_FDCWD
-#include <sched.h>      // unshare, CLONE_NEWNS, CLONE_NEWUSER
-#include <sys/mount.h>  // mount, mount_setattr, MS_*, MOUNT_ATTR_RDONLY
+#include <fcntl.h>        // open, openat, O_*, AT_FDCWD
+#include <sched.h>        // unshare, CLONE_NEWNS, CLONE_NEWUSER
+#include <sys/mount.h>    // mount, mount_setattr, MS_*, MOUNT_ATTR_RDONLY
+#include <sys/stat.h>     // mkdirat
+#include <sys/statvfs.h>  // fstatvfs, ST_RDONLY
 #include <unistd.h>
 
-#include <filesystem>
 #include <string>
+#include <vector>
 
-#include "dataset/mira_dataset.h"
-#include "dataset/mira_icu.h"
+#include "tzctl/outside_directories.h"
 #include "tzctl/state_paths.h"
-
-namespace stdfs = std::filesystem;
 
 namespace {
 
-constexpr auto copy_options =
-    stdfs::copy_options::recursive | stdfs::copy_options::copy_symlinks;
+constexpr int directory_flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 
 bool write_file(const char* path, const std::string& text) {
   const int fd = open(path, O_WRONLY | O_CLOEXEC);
@@ -32,7 +31,7 @@ bool write_file(const char* path, const std::string& text) {
 }
 
 // Root of a user namespace of our own, mapped to our own ids, has the
-// rights a private mount namespace needs.
+// rights a private mount namespace and an overlay need.
 bool enter_user_namespace() {
   const std::string uid = std::to_string(geteuid());
   const std::string gid = std::to_string(getegid());
@@ -42,56 +41,63 @@ bool enter_user_namespace() {
          write_file("/proc/self/gid_map", "0 " + gid + " 1");
 }
 
-void check(int result) {
-  if (result == 0) return;
+int check(int result) {
+  if (result != -1) return result;
   const int error = errno;
   warn("Cannot make a private view of /var/db");
   throw error;
 }
 
-// The update directories are only read by a boot, and may be large: they
-// are bound, not copied, and read-only.
-void bind_read_only(const stdfs::path& from, const stdfs::path& to) {
-  stdfs::create_directory(to);
-  check(mount(from.c_str(), to.c_str(), nullptr, MS_BIND | MS_REC, nullptr));
-  check(mount(nullptr, to.c_str(), nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY,
-              nullptr));
+std::string fd_path(int fd) { return "/proc/self/fd/" + std::to_string(fd); }
+
+bool is_read_only(int directory) {
+  struct statvfs mounted {};
+  check(fstatvfs(directory, &mounted));
+  return (mounted.f_flag & ST_RDONLY) != 0;
 }
 
-void copy_timezone_directory(const stdfs::path& from) {
-  const stdfs::path updates =
-      stdfs::path(mira_dataset::update_prefix).parent_path();
-  stdfs::create_directory(timezone_directory, from);
-  for (const auto& entry : stdfs::directory_iterator(from)) {
-    const stdfs::path to = timezone_directory / entry.path().filename();
-    if (to == updates && entry.is_directory()) {
-      bind_read_only(entry.path(), to);
-    } else {
-      stdfs::copy(entry.path(), to, copy_options);
-    }
-  }
+// Overlay marks in user.* extended attributes where trusted.* ones need
+// root of the first namespace; a kernel that does not know the option
+// (before 5.11) can only mount an overlay as that root anyway.
+void mount_overlay(const covered_directory& at, const std::string& layer,
+                   bool read_only) {
+  const std::string layers = "lowerdir=" + fd_path(at.original) +
+                             ",upperdir=" + layer + "/changed" +
+                             ",workdir=" + layer + "/work";
+  const unsigned long flags = read_only ? MS_RDONLY : 0;
+  if (mount("mira-tzctl", at.path.c_str(), "overlay", flags,
+            (layers + ",userxattr").c_str()) == 0)
+    return;
+  if (errno != EINVAL) check(-1);
+  check(mount("mira-tzctl", at.path.c_str(), "overlay", flags, layers.c_str()));
 }
 
-// `original` still reaches the machine's /var/db once the copy covers it.
-void copy_written_entries(int original) {
-  const stdfs::path source = "/proc/self/fd/" + std::to_string(original);
-  const stdfs::path base = data_directory;
-  for (const char* written :
-       {timezone_directory, mira_icu::legacy_link_path, legacy_icu_path}) {
-    const stdfs::path entry = written;
-    const stdfs::path from = source / entry.lexically_relative(base);
-    if (!stdfs::exists(stdfs::symlink_status(from))) continue;
-    if (entry == timezone_directory && stdfs::is_directory(from)) {
-      copy_timezone_directory(from);
-    } else {
-      stdfs::copy(from, entry, copy_options);
-    }
-  }
+// The changes go to a memory file system mounted over /var/db itself, so
+// that no other directory need be writable; the overlays then cover it.
+int make_change_layer() {
+  check(mount("mira-tzctl", data_directory, "tmpfs", 0, "mode=0755"));
+  return check(open(data_directory, directory_flags));
+}
+
+// Covers `at` with an overlay whose changes go to `number` in `layers`.
+void cover(covered_directory& at, int layers, int number, bool read_only) {
+  const std::string name = std::to_string(number);
+  check(mkdirat(layers, name.c_str(), 0700));
+  check(mkdirat(layers, (name + "/changed").c_str(), 0755));
+  check(mkdirat(layers, (name + "/work").c_str(), 0700));
+  mount_overlay(at, fd_path(layers) + "/" + name, read_only);
+  at.changed = check(openat(layers, (name + "/changed").c_str(),
+                            directory_flags));
+  at.seen = check(open(at.path.c_str(), directory_flags));
+}
+
+covered_directory original(const std::string& path) {
+  return {path, check(open(path.c_str(), directory_flags)), -1, -1};
 }
 
 }  // namespace
 
-void enter_private_view() {
+private_view enter_private_view() {
   if (unshare(CLONE_NEWNS) != 0 && !enter_user_namespace()) {
     const int error = errno;
     warn(
@@ -101,20 +107,23 @@ void enter_private_view() {
   }
   // Nothing mounted from here on may propagate to the machine's namespace.
   check(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr));
-  const int original = open(data_directory, O_PATH | O_DIRECTORY | O_CLOEXEC);
-  check(original == -1 ? -1 : 0);
-  // Should a boot write through a link that leads out of /var/db, the
-  // write fails here rather than reaching the machine.
+  private_view view{original(data_directory), {}, true};
+  view.writable = !is_read_only(view.data.original);
+  std::vector<bool> outside_read_only;
+  for (const std::string& path : outside_directories()) {
+    view.outside.push_back(original(path));
+    outside_read_only.push_back(is_read_only(view.outside.back().original));
+  }
+  // Anything else the boot would write in fails here, with EROFS, rather
+  // than reaching the machine.
   mount_attr read_only{};
   read_only.attr_set = MOUNT_ATTR_RDONLY;
   check(
       mount_setattr(AT_FDCWD, "/", AT_RECURSIVE, &read_only, sizeof read_only));
-  check(mount("mira-tzctl", data_directory, "tmpfs", 0, "mode=0755"));
-  try {
-    copy_written_entries(original);
-  } catch (const stdfs::filesystem_error& failure) {
-    errno = failure.code().value();
-    check(-1);
-  }
-  (void)close(original);
+  const int layers = make_change_layer();
+  cover(view.data, layers, 0, !view.writable);
+  for (size_t i = 0; i < view.outside.size(); ++i)
+    cover(view.outside[i], layers, i + 1, outside_read_only[i]);
+  (void)close(layers);
+  return view;
 }

@@ -1,9 +1,30 @@
 #pragma once
 
 // Puts this process in a mount namespace of its own in which /var/db is a
-// fresh copy of what the boot writes there (/var/db/timezone, whose update
-// directories are bound read-only rather than copied, /var/db/icutz and
-// /var/db/icu) and every other mount is read-only, so that nothing a boot
-// does there reaches the machine. Without root it first makes a user
-// namespace of its own. Throws int errno after one warning line.
-void enter_private_view();
+// copy-on-write overlay of the machine's /var/db, its changes kept on a
+// memory file system, and so is each directory outside it that a boot
+// would write in through a link; every other mount is read-only. A boot
+// run there sees what it would see, and nothing it does reaches the
+// machine. Without root it first makes a user namespace of its own.
+// Throws int errno after one warning line.
+
+#include <string>
+#include <vector>
+
+// A directory under an overlay, its layers open for reading. The changed
+// layer holds exactly what was written there since the view was made, with
+// the overlay's marks for removed entries and replaced directories.
+struct covered_directory {
+  std::string path;
+  int original;  // as it was on the machine
+  int changed;   // the layer of changes
+  int seen;      // as the boot sees it now
+};
+
+struct private_view {
+  covered_directory data;  // /var/db
+  std::vector<covered_directory> outside;
+  bool writable;  // false when the machine's /var/db is mounted read-only
+};
+
+private_view enter_private_view();

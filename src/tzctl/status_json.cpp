@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tzctl/timezone_state.h"
 
@@ -33,6 +34,22 @@ json in_use_json(const timezone_state& state) {
   return out;
 }
 
+const char* fate_name(latest_fate fate) {
+  switch (fate) {
+    case latest_fate::no_link:
+      break;
+    case latest_fate::activated:
+      return "activated";
+    case latest_fate::passed_over:
+      return "passed_over";
+    case latest_fate::breaks_boot:
+      return "breaks_boot";
+    case latest_fate::not_reached:
+      return "not_reached";
+  }
+  return "no_link";
+}
+
 json latest_json(const std::optional<latest_summary>& latest) {
   if (!latest) return nullptr;
   json out;
@@ -41,6 +58,7 @@ json latest_json(const std::optional<latest_summary>& latest) {
       latest->dataset ? dataset_json(*latest->dataset) : json(nullptr);
   out["compatible"] = latest->compatible;
   out["newer"] = latest->newer;
+  out["next_boot"] = fate_name(latest->fate);
   return out;
 }
 
@@ -55,11 +73,15 @@ json links_json(const link_targets& links) {
 
 }  // namespace
 
-void print_status_json(const timezone_state& state) {
+void print_status_json(const timezone_state& state,
+                       const std::vector<std::string>& warnings) {
   json out;
+  out["format"] = 1;
   out["in_use"] = in_use_json(state);
   out["system"] = dataset_json(state.system);
   out["latest"] = latest_json(state.latest);
+  out["pending"] =
+      state.boot.pending ? dataset_json(*state.boot.pending) : json(nullptr);
   out["links"] = links_json(state.links);
   out["links_agree"] = state.links_agree;
   out["localtime_resolves"] = state.localtime_resolves;
@@ -67,6 +89,7 @@ void print_status_json(const timezone_state& state) {
   out["cleanup_marker"] = state.marker_present;
   out["consistent"] = state.consistent();
   out["problems"] = state.problems;
+  out["warnings"] = warnings;
   // Paths are bytes, not always UTF-8: a stray byte becomes U+FFFD rather
   // than ending the report.
   const std::string text =

@@ -79,8 +79,7 @@ std::string dataset_info(const timezone_state& state) {
 }
 
 bool update_pending(const timezone_state& state) {
-  return state.latest && state.latest->dataset && state.latest->compatible &&
-         state.latest->newer;
+  return state.latest && state.latest->fate == latest_fate::activated;
 }
 
 int write_report(const std::string& text, const std::string& output) {

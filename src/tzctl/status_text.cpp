@@ -31,12 +31,22 @@ std::string in_use_text(const timezone_state& state) {
          (state.in_use_kept ? "" : ", set aside at the next boot");
 }
 
-std::string latest_text(const std::optional<latest_summary>& latest) {
+std::string latest_text(const timezone_state& state) {
+  const std::optional<latest_summary>& latest = state.latest;
+  if (state.non_links.tz_latest)
+    return std::string(state.non_links.tz_latest) + ", not a link";
   if (!latest) return "(no tz_latest link)";
-  if (!latest->dataset) return "not an update directory, never activated";
+  if (!latest->dataset) return "a data set the boot cannot build";
   return latest->dataset->path + ", " + version_and_schema(*latest->dataset) +
          (latest->compatible ? ", compatible" : ", incompatible") +
          (latest->newer ? ", newer" : ", not newer");
+}
+
+std::string pending_text(const std::optional<dataset_summary>& pending) {
+  if (!pending) return "(none: the next boot keeps the data links)";
+  if (pending->path.empty())
+    return "resets to the system data set, " + version_and_schema(*pending);
+  return "activates " + pending->path + ", " + version_and_schema(*pending);
 }
 
 }  // namespace
@@ -44,7 +54,8 @@ std::string latest_text(const std::optional<latest_summary>& latest) {
 void print_status_text(const timezone_state& state) {
   line("in use", in_use_text(state));
   line("system", version_and_schema(state.system));
-  line("latest", latest_text(state.latest));
+  line("latest", latest_text(state));
+  line("pending", pending_text(state.boot.pending));
   line("zoneinfo link", or_none(state.links.zoneinfo));
   line("icutz link", or_none(state.links.icutz));
   line("localtime link", or_none(state.links.localtime));

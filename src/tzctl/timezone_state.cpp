@@ -2,12 +2,13 @@
 #include "tzctl/timezone_state.h"
 
 #include <errno.h>     // EINVAL
-#include <sys/stat.h>  // stat, S_ISREG
+#include <sys/stat.h>  // lstat, stat, S_IS*
 
 #include <fstream>
-#include <functional>
 #include <sstream>
 #include <stdexcept>  // std::invalid_argument
+#include <string>
+#include <string_view>
 
 #include "dataset/mira_dataset.h"
 #include "dataset/mira_icu.h"
@@ -17,114 +18,112 @@
 #include "startup/repair_localtime_link.h"
 #include "startup/touch_cleanup_marker.h"
 #include "startup/write_version_diff_record.h"
-#include "tzctl/state_paths.h"
+#include "tzctl/status_next_boot.h"
 
 namespace {
 
+bool has_type(const char* path, mode_t type, bool follow) {
+  struct stat status;
+  const int result = follow ? stat(path, &status) : lstat(path, &status);
+  return result == 0 && (status.st_mode & S_IFMT) == type;
+}
+
+// What stands at `path` when read_symlink found no link there.
+const char* kind_of(const char* path) {
+  if (has_type(path, S_IFDIR, false)) return "a directory";
+  if (has_type(path, S_IFREG, false)) return "a regular file";
+  return "a special file";
+}
+
 // None when nothing is there, and when the entry is no link at all, which
-// fs::read_symlink has reported in its own line. Other failures throw.
-std::optional<std::string> link_entry(
-    const std::function<std::string()>& read) {
+// fs::read_symlink has reported in its own line and `non_link` says what
+// it is. Other failures throw.
+std::optional<std::string> link_entry(const char* path, const char*& non_link) {
   try {
-    std::string target = read();
+    std::string target = fs::read_symlink(path);
     if (target.empty()) return std::nullopt;
     return target;
   } catch (int error) {
     if (error != EINVAL) throw;
+    non_link = kind_of(path);
     return std::nullopt;
   }
 }
 
-link_targets read_links() {
-  return {link_entry([] { return fs::read_symlink(mira_zoneinfo::link_path); }),
-          link_entry([] { return fs::read_symlink(mira_icu::link_path); }),
-          link_entry([] { return fs::read_symlink(localtime_link); }),
-          link_entry(read_latest_link)};
+void read_links(timezone_state& state) {
+  link_targets& l = state.links;
+  non_link_entries& n = state.non_links;
+  l.zoneinfo = link_entry(mira_zoneinfo::link_path, n.zoneinfo);
+  l.icutz = link_entry(mira_icu::link_path, n.icutz);
+  l.localtime = link_entry(localtime_link, n.localtime);
+  l.tz_latest = link_entry(latest_link, n.tz_latest);
 }
 
-const mira_icu* icu_of(const mira_dataset& set) {
-  for (const auto& component : set.components)
-    if (const auto* icu = dynamic_cast<const mira_icu*>(component.get()))
-      return icu;
-  return nullptr;
-}
-
-dataset_summary summary_of(const mira_dataset& set) {
-  const mira_icu* icu = icu_of(set);
-  return {set.path, set.version_string(), icu ? icu->schema : ""};
-}
-
-std::string name_of(const dataset_summary& set) {
-  return set.path.empty() ? "the system data set" : set.path;
-}
-
-// The data set path the boot would take from the zoneinfo link; none, and
-// a problem, when it would reject the link and reset it.
-std::optional<std::string> linked_path(const link_targets& links,
-                                       std::vector<std::string>& problems) {
-  if (!links.zoneinfo) {
-    problems.emplace_back("There is no zoneinfo link.");
-    return std::nullopt;
+// Readers follow the links now: each must lead to a directory, and icutz to
+// the ICU data of the data set zoneinfo names, or be absent with the
+// system's.
+void judge_data_links(timezone_state& state) {
+  auto& problems = state.problems;
+  if (state.in_use && !has_type(mira_zoneinfo::link_path, S_IFDIR, true))
+    problems.push_back("The zoneinfo link names " + *state.links.zoneinfo +
+                       ", which is not a directory; readers find no zones.");
+  if (state.non_links.icutz) {
+    const bool directory = has_type(mira_icu::link_path, S_IFDIR, false);
+    problems.push_back(std::string("icutz is ") + state.non_links.icutz +
+                       ", not a link; ICU readers read it, and " +
+                       (directory ? "no boot replaces it."
+                                  : "only a boot that changes the data "
+                                    "links removes it."));
+    return;
   }
-  try {
-    return dataset_path_from_link(*links.zoneinfo);
-  } catch (int) {  // dataset_path_from_link has written its own line
-    problems.push_back("The zoneinfo link names " + *links.zoneinfo +
-                       ", which the boot does not accept.");
-    return std::nullopt;
-  }
-}
-
-// The test the boot makes before it sets the linked data set aside.
-void judge_in_use(timezone_state& state, const mira_dataset& system,
-                  const mira_dataset& current) {
-  state.in_use = summary_of(current);
-  const bool compatible = current.compatible_with(system);
-  state.in_use_kept = compatible && !(system > current);
-  if (!compatible)
-    state.problems.push_back("The data set in use, " + name_of(*state.in_use) +
-                             ", is not of the system's ICU schema.");
-  else if (!state.in_use_kept)
-    state.problems.push_back("The data set in use, " + name_of(*state.in_use) +
-                             ", is older than the system data set.");
-}
-
-latest_summary weigh_latest(const std::string& target,
-                            const mira_dataset& system,
-                            const mira_dataset& current) {
-  latest_summary latest{target, std::nullopt};
-  try {
-    const mira_dataset set(target);
-    latest.dataset = summary_of(set);
-    latest.compatible = set.compatible_with(system);
-    latest.newer = set > current;
-  } catch (const std::invalid_argument&) {
-    // Not under /var/db/timezone/tz/: the model has said so, and the boot
-    // can never activate it.
-  }
-  return latest;
-}
-
-// An update's ICU link names its own icutz directory; the system data set
-// needs none.
-void judge_icu_link(timezone_state& state, const mira_dataset& current) {
-  const mira_icu* icu = icu_of(current);
   const auto& icutz = state.links.icutz;
+  if (icutz && !has_type(mira_icu::link_path, S_IFDIR, true))
+    problems.push_back("The icutz link names " + *icutz +
+                       ", which is not a directory; ICU readers find no data.");
+  if (!state.in_use) return;
+  const std::string& path = state.in_use->path;
   state.links_agree =
-      current.path.empty() ? !icutz : icutz && icu && *icutz == icu->directory;
+      path.empty() ? !icutz : icutz && *icutz == state.in_use->icutz;
   if (!state.links_agree)
-    state.problems.push_back(
+    problems.push_back(
         "The zoneinfo and icutz links name different data sets: zoneinfo " +
-        name_of(*state.in_use) + ", icutz " + icutz.value_or("none") + ".");
+        (path.empty() ? "the system data set" : path) + ", icutz " +
+        icutz.value_or("none") + ".");
 }
 
-bool resolves_to_regular_file(const char* path) {
-  struct stat status;
-  return stat(path, &status) == 0 && S_ISREG(status.st_mode);
+// Where a path under the zoneinfo link leads once the next boot has set
+// that link: the boot tests a corrected localtime target there.
+std::string in_tree_after_boot(const timezone_state& state,
+                               const std::string& path) {
+  const std::string_view link = mira_zoneinfo::link_path;
+  const std::string rest = path.substr(link.size());
+  if (!rest.empty() && rest[0] != '/') return path;  // beside the link
+  return state.boot.zoneinfo_after + rest;
+}
+
+// The boot's repair of the localtime link, judged against the zoneinfo
+// tree it leaves: a link it would change is a problem even when it
+// resolves now.
+void judge_localtime_repair(timezone_state& state) {
+  using action = localtime_decision::action;
+  const auto& target = state.links.localtime;
+  localtime_decision decision = decide_localtime_link(target.value_or(""));
+  if (state.non_links.localtime) decision = decide_localtime_link("");
+  if (decision.what == action::keep) return;
+  if (decision.what == action::correct &&
+      !fs::exists(in_tree_after_boot(state, decision.target)))
+    decision = decide_localtime_link("");
+  state.problems.push_back(
+      (state.non_links.localtime
+           ? std::string("localtime is ") + state.non_links.localtime +
+                 ", not a link"
+       : target ? "The localtime link names " + *target
+                : std::string("There is no localtime link")) +
+      "; the next boot points it at " + decision.target + ".");
 }
 
 std::optional<std::string> read_record() {
-  if (!resolves_to_regular_file(version_diff_record)) return std::nullopt;
+  if (!has_type(version_diff_record, S_IFREG, true)) return std::nullopt;
   std::ifstream in(version_diff_record);
   std::ostringstream text;
   text << in.rdbuf();
@@ -133,24 +132,32 @@ std::optional<std::string> read_record() {
 
 }  // namespace
 
-timezone_state::timezone_state() : links(read_links()) {
-  const mira_dataset system_set;
-  system = summary_of(system_set);
-  std::optional<mira_dataset> current;
-  if (const auto path = linked_path(links, problems)) {
-    current.emplace(*path);
-    judge_in_use(*this, system_set, *current);
-    judge_icu_link(*this, *current);
-  }
-  // Weighed against what the zoneinfo link names, or against the system
-  // data set once the boot has reset a link it rejects.
-  if (links.tz_latest)
-    latest = weigh_latest(*links.tz_latest, system_set,
-                          current ? *current : system_set);
-  localtime_resolves = resolves_to_regular_file(localtime_link);
+timezone_state::timezone_state() {
+  read_links(*this);
+  forecast_next_boot(*this);
+  problems = boot.problems;
+  judge_data_links(*this);
+  localtime_resolves = has_type(localtime_link, S_IFREG, true);
   if (!localtime_resolves)
     problems.emplace_back(
         "The localtime link does not resolve to a regular file.");
+  judge_localtime_repair(*this);
   record = read_record();
   marker_present = fs::exists(cleanup_marker);
+}
+
+std::string why_no_boot_takes(const std::string& latest_target) {
+  try {
+    const mira_dataset system, latest(latest_target);
+    const auto* zoneinfo =
+        dynamic_cast<const mira_zoneinfo*>(latest.components.front().get());
+    if (!zoneinfo || zoneinfo->get_version().empty())
+      return "it has no zoneinfo tree";
+    if (!latest.compatible_with(system))
+      return "its ICU data is not of the system's schema";
+    if (!(latest > system)) return "it is not newer than the system data set";
+    return "";
+  } catch (const std::invalid_argument&) {  // the model has said why
+    return "it is not an update's path";
+  }
 }

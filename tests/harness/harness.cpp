@@ -1,20 +1,28 @@
 // Tested through every test that builds or reads a state or compares lines.
 #include "harness/harness.h"
 
+#include <errno.h>
 #include <fcntl.h>      // open
+#include <sched.h>      // unshare, CLONE_NEWNS
+#include <sys/mount.h>  // mount, MS_*
+#include <linux/filter.h>   // sock_filter, BPF_*
+#include <linux/seccomp.h>  // SECCOMP_*, seccomp_data
+#include <gtest/gtest.h>
 #include <sys/mman.h>   // memfd_create
+#include <sys/prctl.h>  // prctl
+#include <sys/syscall.h>  // __NR_clone, __NR_clone3
 #include <sys/stat.h>
 #include <sys/wait.h>   // wait, WEXITSTATUS, WTERMSIG
 #include <sys/xattr.h>  // setxattr
 #include <unistd.h>     // symlink, fork, execv
 
 #include <algorithm>
+#include <cstddef>  // offsetof
 #include <cstdio>
+#include <cstring>  // strerror
 #include <filesystem>
 #include <fstream>
 #include <sstream>
-
-#include <gtest/gtest.h>
 
 namespace stdfs = std::filesystem;
 
@@ -67,6 +75,14 @@ void build_entry(const std::string& kind, const std::string& path,
     ASSERT_EQ(symlink((target[0] == '"' ? unquote(target) : target).c_str(),
                       path.c_str()),
               0);
+  } else if (kind == "fifo") {
+    ASSERT_EQ(mkfifo(path.c_str(), 0644), 0);
+  } else if (kind == "sparse") {
+    std::ofstream(path, std::ios::binary).close();
+    ASSERT_EQ(truncate(path.c_str(), std::stoll(rest)), 0);
+  } else if (kind == "many") {
+    for (long i = 0, count = std::stol(rest); i < count; ++i)
+      close(open((path + std::to_string(i)).c_str(), O_WRONLY | O_CREAT, 0644));
   } else if (kind == "class") {
     ASSERT_EQ(setxattr(path.c_str(), "user.protection_class", rest.data(),
                        rest.size(), 0),
@@ -87,14 +103,17 @@ std::string target_text(const std::string& target) {
 std::string entry_line(const std::string& path) {
   struct stat st;
   lstat(path.c_str(), &st);
+  const std::string shown = target_text(path);
   if (S_ISLNK(st.st_mode))
-    return "link " + path + " -> " + target_text(stdfs::read_symlink(path));
-  if (S_ISDIR(st.st_mode)) return stdfs::is_empty(path) ? "dir " + path : "";
+    return "link " + shown + " -> " + target_text(stdfs::read_symlink(path));
+  if (S_ISDIR(st.st_mode)) return stdfs::is_empty(path) ? "dir " + shown : "";
+  if (S_ISFIFO(st.st_mode))  // reading it would wait
+    return "fifo " + shown;
   std::ifstream in(path, std::ios::binary);
   const std::string content((std::istreambuf_iterator<char>(in)), {});
   char mode[8];
   std::snprintf(mode, sizeof mode, " %04o", st.st_mode & 07777);
-  return "file " + path + " " + quote(content) +
+  return "file " + shown + " " + quote(content) +
          ((st.st_mode & 07777) == 0644 ? "" : mode);
 }
 
@@ -126,6 +145,7 @@ void build_state(const std::string& description) {
     std::istringstream in(line);
     std::string kind, path, rest;
     in >> kind >> path;
+    if (path[0] == '"') path = unquote(path);
     std::getline(in >> std::ws, rest);
     if (kind[0] != '#') build_entry(kind, path, rest);
   }
@@ -168,8 +188,45 @@ void expect_lines(const std::string& expected, const std::string& actual) {
                     << actual;
 }
 
+std::string overlay_unavailable() {
+  const pid_t pid = fork();
+  if (pid == 0) {
+    const bool mounted =
+        unshare(CLONE_NEWNS) == 0 &&
+        mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+        mount("probe", "/var", "tmpfs", 0, nullptr) == 0 &&
+        mkdir("/var/l", 0755) == 0 && mkdir("/var/u", 0755) == 0 &&
+        mkdir("/var/w", 0755) == 0 &&
+        mount("probe", "/var/l", "overlay", 0,
+              "lowerdir=/var/l,upperdir=/var/u,workdir=/var/w,userxattr") == 0;
+    _exit(mounted ? 0 : errno);
+  }
+  int status = 0;
+  waitpid(pid, &status, 0);
+  if (WIFEXITED(status) && WEXITSTATUS(status) == 0) return "";
+  return std::string("no overlay can be mounted here (Linux 5.11 or later "
+                     "mounts one in a user namespace): ") +
+         std::strerror(WIFEXITED(status) ? WEXITSTATUS(status) : EINTR);
+}
+
+// As at the process limit, which binds no process of the real root user.
+void forbid_fork() {
+  sock_filter filter[] = {
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __NR_clone, 2, 0),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __NR_clone3, 1, 0),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EAGAIN),
+  };
+  sock_fprog program{sizeof filter / sizeof filter[0], filter};
+  if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
+      prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0)
+    _exit(126);
+}
+
 tool_run run_tool(const std::vector<std::string>& command,
-                  const std::string& stdout_path) {
+                  const std::string& stdout_path, bool may_fork,
+                  const std::vector<resource_limit>& limits) {
   std::vector<const char*> argv;
   for (const auto& word : command) argv.push_back(word.c_str());
   if (argv.empty()) argv.push_back(MIRA_TZLINK_BINARY);
@@ -182,6 +239,12 @@ tool_run run_tool(const std::vector<std::string>& command,
     close(0);
     dup2(stdout_path.empty() ? out : open(stdout_path.c_str(), O_WRONLY), 1);
     dup2(err, 2);
+    for (const auto& [resource, value] : limits) {
+      const rlimit limit = {value, value};
+      setrlimit(resource, &limit);
+    }
+    alarm(30);  // kept across execv: a run that hangs fails, not the suite
+    if (!may_fork) forbid_fork();
     execv(argv[0], const_cast<char* const*>(argv.data()));
     _exit(127);
   }

@@ -3,13 +3,22 @@
 // What tests and scenarios share: file-system states in a compact form, one
 // entry a line, paths absolute, parent directories implied:
 //   file PATH "content" [MODE]     content in C escapes (\n \t \\ \" \xHH)
-//   dir PATH
+//   dir PATH                        PATH raw, or "quoted" with escapes
 //   link PATH -> TARGET             TARGET raw, or "quoted" with escapes
 //   class PATH VALUE                (to build only) a protection class
-// and warning lines captured and compared whole. Only used in the sandbox.
+//   fifo PATH                       a named pipe
+//   sparse PATH SIZE                (to build only) SIZE zero bytes, no data
+//   many PATH COUNT                 (to build only) COUNT empty files named
+//                                   PATH's last part and 0 to COUNT-1
+// and warning lines captured and compared whole. A PATH that does not
+// read back as written, such as one holding a line end, is "quoted". Only
+// used in the sandbox.
+
+#include <sys/resource.h>  // rlim_t
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 // Creates every entry of `description`; a test fails on any error.
@@ -34,11 +43,21 @@ struct tool_run {
   std::string stdout_text, stderr_text;
 };
 
+// A resource limit (RLIMIT_*) and the value it is set to.
+using resource_limit = std::pair<int, rlim_t>;
+
 // Runs `command` once, a program's path and its arguments (by default the
 // built mira-tzlink with none), with standard input closed and standard
-// output captured, or sent to `stdout_path` when one is given.
+// output captured, or sent to `stdout_path` when one is given. Unless
+// `may_fork`, every clone(2) it makes fails with EAGAIN. It runs under
+// `limits`; a run still going after 30 seconds is ended by SIGALRM.
 tool_run run_tool(const std::vector<std::string>& command = {},
-                  const std::string& stdout_path = "");
+                  const std::string& stdout_path = "", bool may_fork = true,
+                  const std::vector<resource_limit>& limits = {});
+
+// Why no overlay can be mounted in a mount namespace made from this one, as
+// mira-tzctl preview mounts it, or "" when one can.
+std::string overlay_unavailable();
 
 // The lines of `text` that hold more than spaces, without leading spaces.
 std::vector<std::string> lines_of(const std::string& text);

@@ -1,11 +1,14 @@
 // mira-tzctl preview where scenarios cannot show it: without root, where
-// it makes a user namespace of its own or says why it cannot, and without
-// a boot tool to run.
+// it makes a user namespace of its own or says why it cannot; without a
+// boot tool to run, or with one that cannot run or dies; and with files too
+// large to read whole.
 #include <gtest/gtest.h>
 #include <sys/mount.h>  // mount
-#include <unistd.h>     // access
+#include <unistd.h>     // access, truncate
 
+#include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -14,6 +17,7 @@
 namespace {
 
 constexpr char unshare[] = "/usr/bin/unshare";
+constexpr char prlimit[] = "/usr/bin/prlimit";
 
 // The boot would only make the missing localtime link.
 const char state[] =
@@ -32,6 +36,8 @@ tool_run preview_as(const std::vector<std::string>& user_namespace) {
 
 TEST(preview_command, makes_its_own_user_namespace_without_root) {
   if (access(unshare, X_OK) != 0) GTEST_SKIP() << "no " << unshare;
+  if (const std::string why = overlay_unavailable(); !why.empty())
+    GTEST_SKIP() << why;
   build_state(state);
   const std::string before = read_state();
   const tool_run run = preview_as({"--map-user=1000", "--map-group=1000"});
@@ -76,6 +82,75 @@ TEST(preview_command, names_the_boot_tool_it_cannot_find) {
       "mira-tzctl: Cannot run /usr/sbin/mira-tzlink: No such file or "
       "directory\n",
       run.stderr_text);
+}
+
+// A boot tool beside mira-tzctl that cannot run, or dies: the preview says
+// what failed and shows no verdict.
+struct broken_boot_case {
+  const char* name;
+  const char* program;  // the boot tool's content, mode 0755
+  const char* lines;
+};
+const broken_boot_case broken_boot_cases[] = {
+    {"killed", "#!/bin/sh\nkill -KILL $$\n",
+     "mira-tzctl: The boot tool was killed by signal 9\n"},
+    {"not_a_program", "neither a script nor a program\n",
+     "mira-tzctl: Cannot start the boot tool: Exec format error\n"},
+};
+
+TEST(preview_command, says_what_failed_when_the_boot_cannot_run) {
+  if (const std::string why = overlay_unavailable(); !why.empty())
+    GTEST_SKIP() << why;
+  const std::filesystem::path bin = "/var/tmp/bin";
+  std::filesystem::create_directories(bin);
+  std::filesystem::copy_file(MIRA_TZCTL_BINARY, bin / "mira-tzctl");
+  build_state(state);
+  for (const broken_boot_case& c : broken_boot_cases) {
+    SCOPED_TRACE(c.name);
+    std::ofstream(bin / "mira-tzlink", std::ios::trunc) << c.program;
+    std::filesystem::permissions(bin / "mira-tzlink",
+                                 std::filesystem::perms(0755));
+    const tool_run run = run_tool({bin / "mira-tzctl", "preview"});
+    EXPECT_EQ(run.status, 3);
+    expect_lines(c.lines, run.stderr_text);
+    EXPECT_EQ(run.stdout_text, "");
+  }
+}
+
+// Files of 300 MB, one the boot replaces and one it never opens: memory
+// and time do not follow their size.
+TEST(preview_command, never_reads_a_large_file_whole) {
+  if (access(prlimit, X_OK) != 0) GTEST_SKIP() << "no " << prlimit;
+  if (const std::string why = overlay_unavailable(); !why.empty())
+    GTEST_SKIP() << why;
+  build_state(
+      "file /usr/share/zoneinfo.default/+VERSION \"2019c\\n\"\n"
+      "file /usr/share/icu/icutzformat.txt \"44l\\n\"\n"
+      "file /var/db/timezone/tz/2020a.1.0/icutz/icutz44l.dat \"\"\n"
+      "link /var/db/timezone/zoneinfo -> /usr/share/zoneinfo.default\n"
+      "link /var/db/timezone/tz_latest -> /var/db/timezone/tz/2020a.1.0\n"
+      "link /var/db/timezone/localtime -> /var/db/timezone/zoneinfo/UTC\n");
+  for (const char* large : {"/var/db/timezone/TZVersionDiffRecord",
+                            "/var/db/timezone/large"}) {
+    std::ofstream{large};
+    ASSERT_EQ(truncate(large, 300 << 20), 0);  // sparse: costs no memory
+  }
+  const auto start = std::chrono::steady_clock::now();
+  const tool_run run =
+      run_tool({prlimit, "--as=268435456", MIRA_TZCTL_BINARY, "preview"});
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+  EXPECT_EQ(run.status, 0) << run.stderr_text;
+  expect_lines(
+      "The next boot would write no line.\n"
+      "The next boot would change:\n"
+      "/var/db/timezone/TZVersionDiffRecord: file of 314572800 bytes -> "
+      "file \"2019c.1.0_2020a.1.0\"\n"
+      "/var/db/timezone/icutz: (none) -> "
+      "link to /var/db/timezone/tz/2020a.1.0/icutz\n"
+      "/var/db/timezone/zoneinfo: link to /usr/share/zoneinfo.default -> "
+      "link to /var/db/timezone/tz/2020a.1.0/zoneinfo\n"
+      "It would exit with status 0.\n",
+      run.stdout_text);
 }
 
 }  // namespace

@@ -48,7 +48,7 @@ def flag(name):
 latest = status["latest"]
 check("consistent", flag("mira_tzlink_consistent"), status["consistent"])
 check("update_pending", flag("mira_tzlink_update_pending"),
-      bool(latest and latest["dataset"] and latest["compatible"] and latest["newer"]))
+      bool(latest and latest["next_boot"] == "activated"))
 check("cleanup_pending", flag("mira_tzlink_cleanup_pending"), status["cleanup_marker"])
 check("links_agree", flag("mira_tzlink_links_agree"), status["links_agree"])
 check("localtime_resolves", flag("mira_tzlink_localtime_resolves"),

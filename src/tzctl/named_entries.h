@@ -1,0 +1,18 @@
+#pragma once
+
+// Which entries of /var/db/timezone/tz/ a link target names: the one it
+// lies in as written, and the one the system's resolution of it leads
+// into, even when that stops part-way at a missing name, a loop or an
+// unreadable link. Reads links, never writes.
+
+#include <optional>
+#include <string>
+#include <vector>
+
+// The whole target of the link at `path`, however long; none when nothing
+// is there. Throws int errno quietly (EINVAL: not a link).
+std::optional<std::string> whole_link_target(const std::string& path);
+
+// The names in tz/ that `target` (a link text; a relative one is taken
+// from /var/db/timezone, where the links live) names: none, one or two.
+std::vector<std::string> entries_named(const std::string& target);

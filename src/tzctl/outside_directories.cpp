@@ -1,0 +1,47 @@
+// Tested by tests/scenarios/tzctl_preview.scn.
+#include "tzctl/outside_directories.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+#include "startup/write_version_diff_record.h"
+#include "tzctl/state_paths.h"
+
+namespace stdfs = std::filesystem;
+
+namespace {
+
+bool is_within(const stdfs::path& path, const stdfs::path& top) {
+  const auto [at, unused] = std::mismatch(top.begin(), top.end(), path.begin(),
+                                          path.end());
+  return at == top.end();
+}
+
+// Where the record's link leads, relative targets read from its directory.
+stdfs::path record_directory() {
+  std::error_code error;
+  const stdfs::path record = version_diff_record;
+  const stdfs::path target = stdfs::read_symlink(record, error);
+  if (error) return record.parent_path();
+  return (record.parent_path() / target).parent_path();
+}
+
+}  // namespace
+
+std::vector<std::string> outside_directories() {
+  std::error_code error;
+  const stdfs::path data = stdfs::canonical(data_directory, error);
+  if (error) return {};
+  std::vector<std::string> outside;
+  for (const stdfs::path& written : {stdfs::path(timezone_directory),
+                                     record_directory()}) {
+    const stdfs::path directory = stdfs::canonical(written, error);
+    // A directory that holds /var/db cannot be covered without hiding it.
+    if (error || is_within(directory, data) || is_within(data, directory))
+      continue;
+    if (std::find(outside.begin(), outside.end(), directory) == outside.end())
+      outside.push_back(directory);
+  }
+  return outside;
+}

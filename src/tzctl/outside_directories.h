@@ -1,0 +1,11 @@
+#pragma once
+
+// The directories outside /var/db that a boot would write in, through a
+// link that leads there: /var/db/timezone itself, or the version record,
+// which the boot opens through a link. Reads only; a path that cannot be
+// resolved leads nowhere and is left out.
+
+#include <string>
+#include <vector>
+
+std::vector<std::string> outside_directories();

@@ -1,0 +1,176 @@
+// Tested by tests/scenarios/tzctl_clean.scn and the kill injection in
+// tests/crash/.
+#include "tzctl/safe_removal.h"
+
+#include <dirent.h>  // fdopendir, readdir
+#include <err.h>     // warn, warnx
+#include <errno.h>
+#include <fcntl.h>          // open, openat, O_*, AT_*
+#include <sys/stat.h>       // fstatat, statx
+#include <sys/sysmacros.h>  // makedev
+#include <unistd.h>         // close, unlinkat, renameat
+
+#include <algorithm>
+
+#include "tzctl/printable_text.h"
+#include "tzctl/state_paths.h"
+
+namespace {
+
+constexpr int directory_flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+
+struct tree_walk {
+  dev_t device;
+  bool removing;
+  safe_removal::usage found = {};
+  int error = 0;  // the first failure's errno while removing
+};
+
+// Another file system, or a bind mount of this one, starts here.
+bool is_mount_root(int fd, dev_t device) {
+  struct statx status;
+  if (statx(fd, "", AT_EMPTY_PATH, STATX_BASIC_STATS, &status) != 0)
+    return true;  // what cannot be looked at is not entered
+  return makedev(status.stx_dev_major, status.stx_dev_minor) != device ||
+         (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+}
+
+std::vector<std::string> names_in(DIR* directory) {
+  std::vector<std::string> names;
+  while (const dirent* entry = readdir(directory)) {
+    const std::string name = entry->d_name;
+    if (name != "." && name != "..") names.push_back(name);
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+void note(tree_walk& walk, bool failed) {
+  if (failed && walk.error == 0) walk.error = errno;
+}
+
+// Depth first below `fd`, which it closes; `path` only names what it finds.
+// The names are read whole before any goes: removing while reading may
+// skip entries.
+void walk_tree(int fd, const std::string& path, tree_walk& walk) {
+  DIR* directory = fdopendir(fd);
+  if (directory == nullptr) {
+    note(walk, true);
+    close(fd);
+    return;
+  }
+  for (const std::string& name : names_in(directory)) {
+    struct stat status;
+    const char* entry = name.c_str();
+    if (fstatat(fd, entry, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+      note(walk, walk.removing);
+      continue;
+    }
+    if (S_ISDIR(status.st_mode)) {
+      const int sub = openat(fd, entry, directory_flags);
+      if (sub >= 0 && is_mount_root(sub, walk.device)) {
+        if (walk.found.mount_point.empty())
+          walk.found.mount_point = path + "/" + name;
+        close(sub);
+        continue;
+      }
+      if (sub >= 0) walk_tree(sub, path + "/" + name, walk);
+      if (walk.removing) note(walk, unlinkat(fd, entry, AT_REMOVEDIR) != 0);
+      continue;
+    }
+    if (S_ISREG(status.st_mode)) walk.found.bytes += status.st_size;
+    if (walk.removing) note(walk, unlinkat(fd, entry, 0) != 0);
+  }
+  closedir(directory);
+}
+
+bool is_leftover(const std::string& name) {
+  return name.starts_with(cleaning_prefix) ||
+         name.starts_with(installing_prefix);
+}
+
+int open_updates_directory() {
+  const int parent = open(timezone_directory, directory_flags);
+  const int fd =
+      parent < 0 ? -1 : openat(parent, updates_name, directory_flags);
+  const int error = errno;
+  if (parent >= 0) close(parent);
+  if (fd >= 0) return fd;
+  if (error != ENOENT)
+    warn("%s is not a directory; removing nothing", updates_directory);
+  throw error;
+}
+
+}  // namespace
+
+safe_removal::safe_removal() : fd(open_updates_directory()) {
+  struct stat status;
+  if (fstat(fd, &status) != 0) {
+    const int error = errno;
+    warn("Cannot look at %s", updates_directory);
+    close(fd);
+    throw error;
+  }
+  device = status.st_dev;
+}
+
+safe_removal::~safe_removal() { close(fd); }
+
+std::vector<std::string> safe_removal::directories() const {
+  DIR* directory = fdopendir(dup(fd));
+  if (directory == nullptr) {
+    const int error = errno;
+    warn("Cannot list %s; removing nothing", updates_directory);
+    throw error;
+  }
+  rewinddir(directory);  // the copy shares its position with fd
+  std::vector<std::string> found;
+  for (const std::string& name : names_in(directory)) {
+    struct stat status;
+    if (fstatat(fd, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+        S_ISDIR(status.st_mode))
+      found.push_back(name);
+  }
+  closedir(directory);
+  return found;
+}
+
+safe_removal::usage safe_removal::measure(const std::string& name) const {
+  tree_walk walk{device, false};
+  const int top = openat(fd, name.c_str(), directory_flags);
+  const std::string path = std::string(updates_directory) + "/" + name;
+  if (top >= 0 && is_mount_root(top, device)) {
+    walk.found.mount_point = path;
+    close(top);
+  } else if (top >= 0) {
+    walk_tree(top, path, walk);
+  }
+  return walk.found;
+}
+
+bool safe_removal::remove(const std::string& name) const {
+  const std::string path = std::string(updates_directory) + "/" + name;
+  if (const usage inside = measure(name); !inside.mount_point.empty()) {
+    warnx("Not removing %s: a file system is mounted at %s",
+          printable(path).c_str(), printable(inside.mount_point).c_str());
+    return false;
+  }
+  const std::string doomed = is_leftover(name) ? name : cleaning_prefix + name;
+  const std::string doomed_path = std::string(updates_directory) + "/" + doomed;
+  if (doomed != name && renameat(fd, name.c_str(), fd, doomed.c_str()) != 0) {
+    warn("Could not set %s aside", printable(path).c_str());
+    return false;
+  }
+  tree_walk walk{device, true};
+  const int top = openat(fd, doomed.c_str(), directory_flags);
+  if (top >= 0) walk_tree(top, doomed_path, walk);
+  // A mount that appeared since the check above is left, and so is the
+  // directory that holds it: the removal is then incomplete.
+  if (top >= 0 && !walk.found.mount_point.empty()) errno = EBUSY;
+  if (top < 0 || !walk.found.mount_point.empty()) note(walk, true);
+  note(walk, unlinkat(fd, doomed.c_str(), AT_REMOVEDIR) != 0);
+  if (walk.error == 0) return true;
+  errno = walk.error;
+  warn("Could not remove %s", printable(doomed_path).c_str());
+  return false;
+}

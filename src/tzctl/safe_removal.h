@@ -1,0 +1,45 @@
+#pragma once
+
+// Removal of entries of /var/db/timezone/tz/ that never follows a link,
+// never leaves tz/'s file system and never touches a directory with a
+// mount point inside. An entry is renamed to a hidden name before any of
+// it goes, so a kill at any system call leaves either the whole entry or a
+// leftover that the next clean finishes, never part of a data set under a
+// version's name.
+
+#include <sys/types.h>  // dev_t
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+class safe_removal {
+ public:
+  // Opens tz/ without following a link, /var/db/timezone's included.
+  // Throws int: ENOENT quietly when there is no tz/; another errno after a
+  // line, ENOTDIR (or ELOOP) when tz/ is not itself a directory.
+  safe_removal();
+  ~safe_removal();
+  safe_removal(const safe_removal&) = delete;
+  safe_removal& operator=(const safe_removal&) = delete;
+
+  // The directories of tz/, hidden ones included, sorted; links and
+  // anything that cannot be looked at are not directories here.
+  std::vector<std::string> directories() const;
+
+  struct usage {
+    std::uintmax_t bytes = 0;  // of the regular files inside
+    std::string mount_point;   // the first one found inside; "" for none
+  };
+  // What directory `name` holds, seen without following a link or
+  // entering another file system.
+  usage measure(const std::string& name) const;
+
+  // Sets `name` aside under cleaning_prefix (a leftover, already hidden,
+  // stays where it is), then deletes it. False after a line.
+  bool remove(const std::string& name) const;
+
+ private:
+  int fd;
+  dev_t device;
+};
