@@ -12,8 +12,8 @@ namespace {
 
 constexpr char assignment[] = "ICU_TIMEZONE_FILES_DIR=/var/db/timezone/icutz";
 constexpr char login_environment[] = "/etc/environment";
-constexpr const char* drop_in_directories[] = {
-    "/etc/systemd/system.conf.d", "/etc/systemd/user.conf.d"};
+constexpr const char* drop_in_directories[] = {"/etc/systemd/system.conf.d",
+                                               "/etc/systemd/user.conf.d"};
 constexpr char drop_in_name[] = "/mira-tzlink-icu.conf";
 
 std::string drop_in() {
@@ -47,7 +47,8 @@ void add_login_line(const std::string& path) {
 
 void remove_login_line(const std::string& path) {
   std::optional<std::string> text = plain_files::read_file(path);
-  const std::size_t at = text ? find_line(*text, assignment) : std::string::npos;
+  const std::size_t at =
+      text ? find_line(*text, assignment) : std::string::npos;
   if (at == std::string::npos) return;
   text->erase(at, std::string(assignment).size() + 1);
   plain_files::write_file(path, *text);

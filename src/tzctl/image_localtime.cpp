@@ -65,6 +65,6 @@ void keep_localtime_one_step(const image_tree& image) {
     warnx("%s links to %s, which names no zone; leaving it", path.c_str(),
           printable(target).c_str());
   else
-    relink(image, (target.starts_with('/') ? absolute_tree : relative_tree) +
-                      zone);
+    relink(image,
+           (target.starts_with('/') ? absolute_tree : relative_tree) + zone);
 }

@@ -77,8 +77,8 @@ const command commands[] = {
      "readers ICU_TIMEZONE_FILES_DIR. ROOT is the image, / by default.\n"
      "  --undo   restore the tree and remove what setup-image added\n",
      [](const command_arguments& a) {
-       return setup_image_command(
-           a.operands.empty() ? "/" : a.operands.front(), a.has("--undo"));
+       return setup_image_command(a.operands.empty() ? "/" : a.operands.front(),
+                                  a.has("--undo"));
      }},
 };
 

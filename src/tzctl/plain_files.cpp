@@ -2,10 +2,10 @@
 // tests/tzctl/status_prometheus_test.cpp.
 #include "tzctl/plain_files.h"
 
-#include <err.h>    // warn
-#include <errno.h>  // ENOENT, EINVAL, ENOTEMPTY, EEXIST
-#include <fcntl.h>  // open, O_*
-#include <limits.h>  // PATH_MAX
+#include <err.h>       // warn
+#include <errno.h>     // ENOENT, EINVAL, ENOTEMPTY, EEXIST
+#include <fcntl.h>     // open, O_*
+#include <limits.h>    // PATH_MAX
 #include <stdio.h>     // rename
 #include <sys/stat.h>  // lstat, mkdir, S_IS*
 #include <unistd.h>    // read, write, fsync, close, unlink, symlink, readlink

@@ -37,7 +37,8 @@ std::string tree_version(const std::string& tree) {
   const auto text = plain_files::read_file(tree + "/tzdata.zi");
   const std::string tag = "# version ";
   if (!text || !text->starts_with(tag)) return "";
-  const std::string word = text->substr(tag.size(), text->find('\n') - tag.size());
+  const std::string word =
+      text->substr(tag.size(), text->find('\n') - tag.size());
   return word.find_first_of(" \t/") == std::string::npos ? word : "";
 }
 

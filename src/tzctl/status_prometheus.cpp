@@ -42,7 +42,8 @@ std::string label_value(const std::string& text) {
   return out + "\"";
 }
 
-std::string gauge(const char* name, const char* help, const std::string& samples) {
+std::string gauge(const char* name, const char* help,
+                  const std::string& samples) {
   return std::string("# HELP ") + name + " " + help + "\n# TYPE " + name +
          " gauge\n" + samples;
 }
@@ -69,9 +70,9 @@ std::string dataset_info(const timezone_state& state) {
     samples += info_sample("in_use", *state.in_use, path_of(*state.in_use));
   samples += info_sample("system", state.system, path_of(state.system));
   if (state.latest)
-    samples += info_sample("latest",
-                           state.latest->dataset.value_or(dataset_summary{}),
-                           state.latest->target);
+    samples +=
+        info_sample("latest", state.latest->dataset.value_or(dataset_summary{}),
+                    state.latest->target);
   return gauge("mira_tzlink_dataset_info",
                "The data set in use, the system's, and the one tz_latest "
                "names, by their labels; always 1.",
@@ -117,8 +118,8 @@ std::string status_prometheus(const timezone_state& state) {
               state.localtime_resolves) +
          gauge("mira_tzlink_problems",
                "The number of problems mira-tzctl status lists.",
-               "mira_tzlink_problems " +
-                   std::to_string(state.problems.size()) + "\n") +
+               "mira_tzlink_problems " + std::to_string(state.problems.size()) +
+                   "\n") +
          dataset_info(state);
 }
 

@@ -11,8 +11,8 @@
 namespace {
 
 constexpr char python[] = "/usr/bin/python3";
-const std::string checker =
-    std::string(MIRA_TZLINK_SCENARIOS) + "/../tzctl/prometheus_matches_status.py";
+const std::string checker = std::string(MIRA_TZLINK_SCENARIOS) +
+                            "/../tzctl/prometheus_matches_status.py";
 
 constexpr char system_set[] =
     "file /usr/share/zoneinfo.default/+VERSION \"2019c\\n\"\n"
@@ -53,14 +53,14 @@ TEST(status_prometheus, parses_and_matches_status) {
     clear_state();
     build_state(std::string(system_set) + state);
     build_state("dir /var/db/out\n");
-    const tool_run metrics = run_tool(
-        {MIRA_TZCTL_BINARY, "status", "--prometheus", "--output",
-         "/var/db/out/m.prom"});
+    const tool_run metrics =
+        run_tool({MIRA_TZCTL_BINARY, "status", "--prometheus", "--output",
+                  "/var/db/out/m.prom"});
     const tool_run status = run_tool({MIRA_TZCTL_BINARY, "status", "--json"});
     std::ofstream("/var/db/out/s.json") << status.stdout_text;
     EXPECT_EQ(metrics.status, status.status);
-    const tool_run check = run_tool(
-        {python, checker, "/var/db/out/m.prom", "/var/db/out/s.json"});
+    const tool_run check =
+        run_tool({python, checker, "/var/db/out/m.prom", "/var/db/out/s.json"});
     if (check.status == 77) GTEST_SKIP() << check.stdout_text;
     EXPECT_EQ(check.status, 0) << check.stdout_text << check.stderr_text;
   }
