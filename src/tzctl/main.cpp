@@ -8,6 +8,7 @@
 #include "tzctl/clean_command.h"
 #include "tzctl/command_line.h"
 #include "tzctl/exit_status.h"
+#include "tzctl/install_command.h"
 #include "tzctl/preview_command.h"
 #include "tzctl/printable_text.h"
 #include "tzctl/setup_image_command.h"
@@ -68,6 +69,18 @@ const command commands[] = {
      [](const command_arguments& a) {
        return clean_command(a.has("--dry-run"), a.has("--obsolete"));
      }},
+    {"install",
+     {{"--dry-run"}, {}, 2, 2},
+     "install [--dry-run] SOURCE ICU_DIRECTORY",
+     "Checks a new time-zone release, its zoneinfo half from SOURCE (a\n"
+     "release tarball, a tzdata package or a compiled tree) and its ICU\n"
+     "half from ICU_DIRECTORY, and installs it for the next boot.\n"
+     "  --dry-run   make every check, show what would be written, and\n"
+     "              change nothing\n",
+     [](const command_arguments& a) {
+       return install_command(a.operands[0], a.operands[1],
+                              a.has("--dry-run"));
+      }},
     {"setup-image",
      {{"--undo"}, {}, 0, 1},
      "setup-image [--undo] [ROOT]",

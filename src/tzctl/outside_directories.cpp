@@ -1,6 +1,9 @@
 // Tested by tests/scenarios/tzctl_preview.scn.
 #include "tzctl/outside_directories.h"
 
+#include <errno.h>
+#include <sys/stat.h>  // stat, S_ISREG
+
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
@@ -18,12 +21,20 @@ bool is_within(const stdfs::path& path, const stdfs::path& top) {
   return at == top.end();
 }
 
+// The boot writes the record only into a regular file, or a new one: a
+// link to a device, a FIFO or a directory leaves it nothing to change.
+bool record_may_be_written() {
+  struct stat status;
+  if (stat(version_diff_record, &status) != 0) return errno == ENOENT;
+  return S_ISREG(status.st_mode);
+}
+
 // Where the record's link leads, relative targets read from its directory.
 stdfs::path record_directory() {
   std::error_code error;
   const stdfs::path record = version_diff_record;
   const stdfs::path target = stdfs::read_symlink(record, error);
-  if (error) return record.parent_path();
+  if (error || !record_may_be_written()) return record.parent_path();
   return (record.parent_path() / target).parent_path();
 }
 

@@ -26,13 +26,26 @@ struct tree_walk {
   int error = 0;  // the first failure's errno while removing
 };
 
+bool starts_mount(const struct statx& status, dev_t device) {
+  return makedev(status.stx_dev_major, status.stx_dev_minor) != device ||
+         (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+}
+
 // Another file system, or a bind mount of this one, starts here.
 bool is_mount_root(int fd, dev_t device) {
   struct statx status;
   if (statx(fd, "", AT_EMPTY_PATH, STATX_BASIC_STATS, &status) != 0)
     return true;  // what cannot be looked at is not entered
-  return makedev(status.stx_dev_major, status.stx_dev_minor) != device ||
-         (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+  return starts_mount(status, device);
+}
+
+// A file can be mounted on too, and unlinking it fails: the directory that
+// holds it must then stay whole, as for a mounted directory.
+bool is_mounted_file(int dir, const char* name, dev_t device) {
+  struct statx status;
+  return statx(dir, name, AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &status) ==
+             0 &&
+         starts_mount(status, device);
 }
 
 std::vector<std::string> names_in(DIR* directory) {
@@ -76,6 +89,11 @@ void walk_tree(int fd, const std::string& path, tree_walk& walk) {
       }
       if (sub >= 0) walk_tree(sub, path + "/" + name, walk);
       if (walk.removing) note(walk, unlinkat(fd, entry, AT_REMOVEDIR) != 0);
+      continue;
+    }
+    if (is_mounted_file(fd, entry, walk.device)) {
+      if (walk.found.mount_point.empty())
+        walk.found.mount_point = path + "/" + name;
       continue;
     }
     if (S_ISREG(status.st_mode)) walk.found.bytes += status.st_size;

@@ -1,0 +1,159 @@
+// Tested by tests/scenarios/tzctl_install.scn.
+#include "tzctl/release_source.h"
+
+#include <err.h>  // warnx
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <vector>
+
+#include "dataset/version_string_match.h"
+#include "fs/read_first_word.h"
+#include "tzctl/child_process.h"
+#include "tzctl/install_refused.h"
+#include "tzctl/printable_text.h"
+#include "tzctl/tzdata_makefile.h"
+
+namespace stdfs = std::filesystem;
+
+namespace {
+
+enum class source_form { tree, tarball, package, unknown };
+
+source_form form_of(const std::string& source) {
+  std::error_code error;
+  if (stdfs::is_directory(source, error)) return source_form::tree;
+  char start[8] = {};
+  std::ifstream(source, std::ios::binary).read(start, sizeof start);
+  if (std::string(start, 8) == "!<arch>\n") return source_form::package;
+  if (start[0] == '\x1f' && start[1] == '\x8b') return source_form::tarball;
+  return source_form::unknown;
+}
+
+std::string text_of(const std::string& path) {
+  std::ostringstream text;
+  text << std::ifstream(path, std::ios::binary).rdbuf();
+  return text.str();
+}
+
+// The word of the "# version" line that zic sources begin with.
+std::string zi_version(const std::string& path) {
+  std::ifstream in(path);
+  for (std::string line; std::getline(in, line);) {
+    if (line.starts_with("# version ")) return line.substr(10);
+    if (!line.starts_with("#")) break;
+  }
+  return {};
+}
+
+void run_or_refuse(const std::string& source, std::vector<std::string> argv) {
+  const std::string name = argv[0];
+  argv[0] = find_program(name);
+  if (argv[0].empty()) {
+    warnx("source check failed for %s: %s not found", source.c_str(),
+          name.c_str());
+    throw install_refused();
+  }
+  const int status = run_program(argv);
+  if (status == 0) return;
+  warnx("source check failed for %s: %s exited with status %d", source.c_str(),
+        name.c_str(), status);
+  throw install_refused();
+}
+
+// The files the release's Makefile compiles, else its combined tzdata.zi.
+std::vector<std::string> zic_inputs(const std::string& unpacked) {
+  std::vector<std::string> inputs;
+  for (const std::string& name :
+       compiled_source_files(text_of(unpacked + "/Makefile")))
+    inputs.push_back(unpacked + "/" + name);
+  if (inputs.empty() && stdfs::exists(unpacked + "/tzdata.zi"))
+    inputs.push_back(unpacked + "/tzdata.zi");
+  return inputs;
+}
+
+// The tables readers look zones up in travel with the compiled tree.
+void copy_tables(const std::string& unpacked, const std::string& tree) {
+  for (const char* name : {"iso3166.tab", "zone.tab", "zone1970.tab",
+                           "zonenow.tab", "tzdata.zi", "leapseconds"}) {
+    std::error_code ignored;  // a release may lack any of them
+    stdfs::copy_file(unpacked + "/" + name, tree + "/" + name, ignored);
+  }
+}
+
+release_tree compile_tarball(const std::string& source,
+                             const std::string& work) {
+  const std::string unpacked = work + "/release", tree = work + "/zoneinfo";
+  stdfs::create_directory(unpacked);
+  run_or_refuse(source, {"tar", "-xzf", source, "-C", unpacked});
+  std::vector<std::string> argv{"zic", "-d", tree};
+  const auto inputs = zic_inputs(unpacked);
+  if (inputs.empty()) {
+    warnx("source check failed for %s: no Makefile data list or tzdata.zi",
+          source.c_str());
+    throw install_refused();
+  }
+  argv.insert(argv.end(), inputs.begin(), inputs.end());
+  run_or_refuse(source, argv);
+  copy_tables(unpacked, tree);
+  std::string version = fs::read_first_word(unpacked + "/version");
+  if (version.empty()) version = zi_version(unpacked + "/tzdata.zi");
+  return {tree, version};
+}
+
+release_tree unpack_package(const std::string& source,
+                            const std::string& work) {
+  const std::string unpacked = work + "/package";
+  run_or_refuse(source, {"dpkg-deb", "-x", source, unpacked});
+  const std::string tree = unpacked + "/usr/share/zoneinfo";
+  std::error_code error;
+  if (!stdfs::is_directory(tree, error)) {
+    warnx("source check failed for %s: no usr/share/zoneinfo in it",
+          source.c_str());
+    throw install_refused();
+  }
+  return {tree, zi_version(tree + "/tzdata.zi")};
+}
+
+release_tree take_tree(const std::string& source) {
+  std::string version = zi_version(source + "/tzdata.zi");
+  if (version.empty()) version = fs::read_first_word(source + "/+VERSION");
+  return {source, version};
+}
+
+// A release's word only: the .1.0 of the set's name is the install's.
+void check_version(const std::string& source, const std::string& version) {
+  const auto groups = match_version_string(version);
+  if (groups && groups->second_number.empty()) return;
+  if (version.empty())
+    warnx("version check failed for %s: it names no version", source.c_str());
+  else
+    warnx("version check failed for %s: %s is not a release's version",
+          source.c_str(), printable(version).c_str());
+  throw install_refused();
+}
+
+}  // namespace
+
+release_tree open_release(const std::string& source, const std::string& work) {
+  release_tree release;
+  switch (form_of(source)) {
+    case source_form::tree:
+      release = take_tree(source);
+      break;
+    case source_form::tarball:
+      release = compile_tarball(source, work);
+      break;
+    case source_form::package:
+      release = unpack_package(source, work);
+      break;
+    case source_form::unknown:
+      warnx("source check failed for %s: not a release tarball, a tzdata "
+            "package or a zoneinfo tree",
+            source.c_str());
+      throw install_refused();
+  }
+  check_version(source, release.version);
+  return release;
+}
