@@ -11,7 +11,9 @@
 #include "tzctl/install_command.h"
 #include "tzctl/preview_command.h"
 #include "tzctl/printable_text.h"
+#include "tzctl/setup_image_command.h"
 #include "tzctl/status_command.h"
+#include "tzctl/status_prometheus.h"
 
 namespace {
 
@@ -23,15 +25,30 @@ struct command {
   int (*run)(const command_arguments&);
 };
 
+int usage_error(const std::string& what, const char* synopsis);
+
+constexpr char status_synopsis[] =
+    "status [--json | --prometheus [--output FILE]]";
+
 const command commands[] = {
     {"status",
-     {{"--json"}, {}, 0, 0},
-     "status [--json]",
+     {{"--json", "--prometheus"}, {"--output"}, 0, 0},
+     status_synopsis,
      "Shows which time-zone data is in use, what the next boot will do\n"
      "with the links, and exits 1 unless readers see one data set now and\n"
      "after that boot. Reads, never writes.\n"
-     "  --json   the same as one JSON object\n",
+     "  --json   the same as one JSON object\n"
+     "  --prometheus   the same as metrics in Prometheus's text format\n"
+     "  --output FILE  write the metrics to FILE, replacing it whole\n",
      [](const command_arguments& a) {
+       if (a.has("--prometheus") && !a.has("--json"))
+         return status_prometheus_command(
+             a.values.contains("--output") ? a.values.at("--output") : "");
+       if (a.has("--json") && a.has("--prometheus"))
+         return usage_error("--json and --prometheus exclude each other",
+                            status_synopsis);
+       if (a.values.contains("--output"))
+         return usage_error("--output goes with --prometheus", status_synopsis);
        return status_command(a.has("--json"));
      }},
     {"preview",
@@ -61,7 +78,20 @@ const command commands[] = {
      "  --dry-run   make every check, show what would be written, and\n"
      "              change nothing\n",
      [](const command_arguments& a) {
-       return install_command(a.operands[0], a.operands[1], a.has("--dry-run"));
+       return install_command(a.operands[0], a.operands[1],
+                              a.has("--dry-run"));
+      }},
+    {"setup-image",
+     {{"--undo"}, {}, 0, 1},
+     "setup-image [--undo] [ROOT]",
+     "For an image whose /usr is rebuilt as a whole: moves the zoneinfo\n"
+     "tree to /usr/share/zoneinfo.default and links /usr/share/zoneinfo to\n"
+     "/var/db/timezone/zoneinfo, writes the ICU schema, and gives ICU\n"
+     "readers ICU_TIMEZONE_FILES_DIR. ROOT is the image, / by default.\n"
+     "  --undo   restore the tree and remove what setup-image added\n",
+     [](const command_arguments& a) {
+       return setup_image_command(a.operands.empty() ? "/" : a.operands.front(),
+                                  a.has("--undo"));
      }},
 };
 
