@@ -31,3 +31,11 @@ foreach(unit mira-tzlink.service mira-tzctl-clean.service)
     DESTINATION ${MIRA_TZLINK_SYSTEMD_UNIT_DIR})
 endforeach()
 
+
+# On an image set up by `mira-tzctl setup-image`, the line that makes
+# /var/db/timezone/zoneinfo on a first boot, before anything reads
+# /usr/share/zoneinfo through it.
+set(MIRA_TZLINK_TMPFILES_DIR "lib/tmpfiles.d" CACHE STRING
+  "Where the tmpfiles.d line is installed: relative to the install prefix, or absolute")
+install(FILES dist/mira-tzlink.tmpfiles
+  DESTINATION ${MIRA_TZLINK_TMPFILES_DIR} RENAME mira-tzlink.conf)

@@ -71,7 +71,8 @@ std::vector<scenario> all_scenarios() {
     for (std::string line; std::getline(in, line);) {
       std::string word, rest;
       std::getline(std::istringstream(line) >> word >> std::ws, rest);
-      if (word.empty() || word[0] == '#') continue;
+      // An indented line is data even when it starts with #.
+      if (word.empty() || line[0] == '#') continue;
       if (line[0] == ' ') {
         all.back().sections[section] += line + "\n";
       } else if (word == "scenario") {

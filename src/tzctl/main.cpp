@@ -11,7 +11,9 @@
 #include "tzctl/install_command.h"
 #include "tzctl/preview_command.h"
 #include "tzctl/printable_text.h"
+#include "tzctl/setup_image_command.h"
 #include "tzctl/status_command.h"
+#include "tzctl/status_prometheus.h"
 
 namespace {
 
@@ -23,15 +25,30 @@ struct command {
   int (*run)(const command_arguments&);
 };
 
+int usage_error(const std::string& what, const char* synopsis);
+
+constexpr char status_synopsis[] =
+    "status [--json | --prometheus [--output FILE]]";
+
 const command commands[] = {
     {"status",
-     {{"--json"}, {}, 0, 0},
-     "status [--json]",
+     {{"--json", "--prometheus"}, {"--output"}, 0, 0},
+     status_synopsis,
      "Shows which time-zone data is in use, what the next boot will do\n"
      "with the links, and exits 1 unless readers see one data set now and\n"
      "after that boot. Reads, never writes.\n"
-     "  --json   the same as one JSON object\n",
+     "  --json   the same as one JSON object\n"
+     "  --prometheus   the same as metrics in Prometheus's text format\n"
+     "  --output FILE  write the metrics to FILE, replacing it whole\n",
      [](const command_arguments& a) {
+       if (a.has("--prometheus") && !a.has("--json"))
+         return status_prometheus_command(
+             a.values.contains("--output") ? a.values.at("--output") : "");
+       if (a.has("--json") && a.has("--prometheus"))
+         return usage_error("--json and --prometheus exclude each other",
+                            status_synopsis);
+       if (a.values.contains("--output"))
+         return usage_error("--output goes with --prometheus", status_synopsis);
        return status_command(a.has("--json"));
      }},
     {"preview",
@@ -63,6 +80,18 @@ const command commands[] = {
      [](const command_arguments& a) {
        return install_command(a.operands[0], a.operands[1],
                               a.has("--dry-run"));
+      }},
+    {"setup-image",
+     {{"--undo"}, {}, 0, 1},
+     "setup-image [--undo] [ROOT]",
+     "For an image whose /usr is rebuilt as a whole: moves the zoneinfo\n"
+     "tree to /usr/share/zoneinfo.default and links /usr/share/zoneinfo to\n"
+     "/var/db/timezone/zoneinfo, writes the ICU schema, and gives ICU\n"
+     "readers ICU_TIMEZONE_FILES_DIR. ROOT is the image, / by default.\n"
+     "  --undo   restore the tree and remove what setup-image added\n",
+     [](const command_arguments& a) {
+       return setup_image_command(a.operands.empty() ? "/" : a.operands.front(),
+                                  a.has("--undo"));
      }},
 };
 
@@ -101,6 +130,16 @@ int run_command(const command& c, std::span<char* const> words) {
   return c.run(*arguments);
 }
 
+// `help COMMAND`: the command's own help; the word it names when unknown.
+int help_command(std::span<char* const> words, const char* general) {
+  if (words.size() != 1) return usage_error("help takes one command", general);
+  const command* c = find_command(words[0]);
+  if (!c)
+    return usage_error("unknown command " + std::string(words[0]), general);
+  char* help_word[] = {const_cast<char*>("--help")};
+  return run_command(*c, help_word);
+}
+
 int dispatch(std::span<char* const> words) {
   constexpr char general[] = "COMMAND [OPTION...] | --help | --version";
   if (words.empty()) return usage_error("no command given", general);
@@ -113,11 +152,7 @@ int dispatch(std::span<char* const> words) {
     std::printf("mira-tzctl %s\n", MIRA_TZLINK_VERSION);
     return exit_status::ok;
   }
-  if (first == "help" && words.size() == 2)
-    if (const command* c = find_command(words[1])) {
-      char* help_word[] = {const_cast<char*>("--help")};
-      return run_command(*c, help_word);
-    }
+  if (first == "help") return help_command(words.subspan(1), general);
   if (const command* c = find_command(first))
     return run_command(*c, words.subspan(1));
   if (is_help(first) || first == "--version")

@@ -37,20 +37,26 @@ std::string boot_tool() {
   return installed_boot_tool;
 }
 
-// Every boot line starts with the tool's name: a piece that does not
-// continues the line before, cut by a line end in a name it shows.
-std::vector<std::string> boot_lines(const std::string& text) {
+// The boot writes a warning line as its name, the message, and the errno
+// text with the line end, each in a write of its own: a line runs from a
+// record that starts with the name to one that ends the line, whatever
+// line ends the names inside it hold. A record after a finished line that
+// does not start a new one continues it, as the errno text does after a
+// message that ends in a line end.
+std::vector<std::string> boot_lines(const std::vector<std::string>& records) {
   std::vector<std::string> lines;
-  for (size_t start = 0; start < text.size();) {
-    const size_t end = std::min(text.find('\n', start), text.size());
-    const std::string piece = text.substr(start, end - start);
-    if (lines.empty() || piece.starts_with(boot_line_start))
-      lines.push_back(piece);
+  bool open = false;
+  for (const std::string& record : records) {
+    if (open || lines.empty() || !record.starts_with(boot_line_start))
+      (lines.empty() ? lines.emplace_back() : lines.back()) += record;
     else
-      lines.back() += "\n" + piece;
-    start = end + 1;
+      lines.push_back(record);
+    open = !record.ends_with('\n');
   }
-  for (std::string& line : lines) line = printable(line);
+  for (std::string& line : lines) {
+    if (line.ends_with('\n')) line.pop_back();
+    line = printable(line);
+  }
   return lines;
 }
 
@@ -75,7 +81,7 @@ int report(const boot_run& run, const private_view& view) {
     warnx("The boot tool was killed by signal %d", WTERMSIG(run.status));
     return exit_status::cannot_run;
   }
-  const std::vector<std::string> lines = boot_lines(run.lines);
+  const std::vector<std::string> lines = boot_lines(run.records);
   print_section("The next boot would write:",
                 "The next boot would write no line.", lines);
   print_section("The next boot would change:",

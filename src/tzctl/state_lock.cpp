@@ -5,6 +5,7 @@
 #include <errno.h>
 #include <fcntl.h>     // open, O_*
 #include <sys/file.h>  // flock
+#include <sys/stat.h>  // fstat, S_ISREG
 #include <unistd.h>    // getpid, pread, pwrite, ftruncate
 
 #include <chrono>
@@ -37,6 +38,24 @@ bool lock_waiting(int fd) {
   }
 }
 
+// The lock file is emptied and written: were it a second name of another
+// file, or not a regular file, that would empty what it names.
+void refuse_unless_own_file(int fd) {
+  struct stat status;
+  if (fstat(fd, &status) != 0) {
+    const int error = errno;
+    warn("Cannot examine the lock %s", state_lock_path);
+    close(fd);
+    throw error;
+  }
+  if (!S_ISREG(status.st_mode) || status.st_nlink != 1) {
+    warnx("%s is not a regular file of its own; remove it and try again",
+          state_lock_path);
+    close(fd);
+    throw EINVAL;
+  }
+}
+
 }  // namespace
 
 state_lock::state_lock(const char* command)
@@ -47,6 +66,7 @@ state_lock::state_lock(const char* command)
     warn("Cannot open the lock %s", state_lock_path);
     throw error;
   }
+  refuse_unless_own_file(fd);
   if (!lock_waiting(fd)) {
     const int error = errno;
     if (error == EWOULDBLOCK)

@@ -9,7 +9,8 @@ class state_lock {
  public:
   // Waits a few seconds for the lock. Throws int: EWOULDBLOCK after a line
   // that says who holds it, or the errno of a failed open or lock after
-  // its line.
+  // its line; EINVAL after a line when the lock file is not a regular
+  // file with a single name, which it would empty.
   explicit state_lock(const char* command);
   ~state_lock();  // empties the file; closing releases the lock
 

@@ -11,8 +11,8 @@
 #include "tzctl/exit_status.h"
 #include "tzctl/status_json.h"
 #include "tzctl/status_text.h"
-#include "tzctl/status_warnings.h"
 #include "tzctl/timezone_state.h"
+#include "tzctl/warning_lines.h"
 
 namespace {
 
@@ -32,7 +32,8 @@ int status_command(bool as_json) {
   std::optional<timezone_state> state;
   std::vector<std::string> warnings;
   if (as_json) {
-    warnings = warnings_of([&] { state = read_state(); });
+    const warning_collector collector(warnings);
+    state = read_state();
   } else {
     state = read_state();
   }

@@ -1,11 +1,11 @@
 // Tested by tests/scenarios/tzctl_status.scn.
 #include "tzctl/timezone_state.h"
 
+#include <err.h>       // warnx
 #include <errno.h>     // EINVAL
 #include <sys/stat.h>  // lstat, stat, S_IS*
 
 #include <fstream>
-#include <sstream>
 #include <stdexcept>  // std::invalid_argument
 #include <string>
 #include <string_view>
@@ -21,6 +21,8 @@
 #include "tzctl/status_next_boot.h"
 
 namespace {
+
+constexpr size_t record_shown = 4096;
 
 bool has_type(const char* path, mode_t type, bool follow) {
   struct stat status;
@@ -128,12 +130,20 @@ std::optional<bool> halves_agree(const std::optional<dataset_summary>& set) {
   return set->halves.zoneinfo == set->halves.icu;
 }
 
+// A record is two version strings; anything larger was not written by a
+// boot, and a status must not read a file of any size whole to show it.
 std::optional<std::string> read_record() {
   if (!has_type(version_diff_record, S_IFREG, true)) return std::nullopt;
-  std::ifstream in(version_diff_record);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
+  std::ifstream in(version_diff_record, std::ios::binary);
+  std::string text(record_shown + 1, '\0');
+  in.read(text.data(), static_cast<std::streamsize>(text.size()));
+  text.resize(static_cast<size_t>(in.gcount()));
+  if (text.size() > record_shown) {
+    text.resize(record_shown);
+    warnx("%s is longer than %zu bytes; only its start is shown",
+          version_diff_record, record_shown);
+  }
+  return text;
 }
 
 }  // namespace

@@ -75,6 +75,8 @@ void build_entry(const std::string& kind, const std::string& path,
     ASSERT_EQ(symlink((target[0] == '"' ? unquote(target) : target).c_str(),
                       path.c_str()),
               0);
+  } else if (kind == "hardlink" && rest.starts_with("-> ")) {
+    ASSERT_EQ(link(rest.substr(3).c_str(), path.c_str()), 0);
   } else if (kind == "fifo") {
     ASSERT_EQ(mkfifo(path.c_str(), 0644), 0);
   } else if (kind == "sparse") {

@@ -7,6 +7,8 @@
 //   link PATH -> TARGET             TARGET raw, or "quoted" with escapes
 //   class PATH VALUE                (to build only) a protection class
 //   fifo PATH                       a named pipe
+//   hardlink PATH -> EXISTING       (to build only) a second name for the
+//                                   file EXISTING, given before it
 //   sparse PATH SIZE                (to build only) SIZE zero bytes, no data
 //   many PATH COUNT                 (to build only) COUNT empty files named
 //                                   PATH's last part and 0 to COUNT-1

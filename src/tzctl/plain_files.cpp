@@ -1,0 +1,137 @@
+// Tested by tests/tzctl/setup_image_command_test.cpp and
+// tests/tzctl/status_prometheus_test.cpp.
+#include "tzctl/plain_files.h"
+
+#include <err.h>       // warn
+#include <errno.h>     // ENOENT, EINVAL, ENOTEMPTY, EEXIST
+#include <fcntl.h>     // open, O_*
+#include <limits.h>    // PATH_MAX
+#include <stdio.h>     // rename
+#include <sys/stat.h>  // lstat, mkdir, S_IS*
+#include <unistd.h>    // read, write, fsync, close, unlink, symlink, readlink
+
+namespace plain_files {
+
+namespace {
+
+// The new entry's name: beside the old, the same for every run so that
+// one cut short is simply replaced by the next, and with a suffix no
+// reader takes for its own (node_exporter reads *.prom, systemd *.conf).
+std::string new_name(const std::string& path) {
+  return path + ".mira-tzctl-new";
+}
+
+[[noreturn]] void fail() { throw errno; }
+
+void write_all(int fd, const std::string& content, const std::string& path) {
+  for (std::size_t done = 0; done < content.size();) {
+    const ssize_t n = ::write(fd, content.data() + done, content.size() - done);
+    if (n < 0) {
+      warn("Cannot write %s", path.c_str());
+      const int error = errno;
+      close(fd);
+      throw error;
+    }
+    done += static_cast<std::size_t>(n);
+  }
+}
+
+}  // namespace
+
+kind kind_of(const std::string& path) {
+  struct stat status;
+  if (lstat(path.c_str(), &status) != 0) {
+    if (errno == ENOENT) return kind::none;
+    warn("Cannot read %s", path.c_str());
+    fail();
+  }
+  if (S_ISDIR(status.st_mode)) return kind::directory;
+  return S_ISLNK(status.st_mode) ? kind::link : kind::other;
+}
+
+std::optional<std::string> read_file(const std::string& path) {
+  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0 && errno == ENOENT) return std::nullopt;
+  std::string content;
+  char buffer[8192];
+  ssize_t n = fd < 0 ? -1 : 0;
+  while (fd >= 0 && (n = ::read(fd, buffer, sizeof buffer)) > 0)
+    content.append(buffer, static_cast<std::size_t>(n));
+  if (n < 0) {
+    warn("Cannot read %s", path.c_str());
+    const int error = errno;
+    if (fd >= 0) close(fd);
+    throw error;
+  }
+  close(fd);
+  return content;
+}
+
+std::optional<std::string> read_link(const std::string& path) {
+  char target[PATH_MAX];
+  const ssize_t n = readlink(path.c_str(), target, sizeof target);
+  if (n >= 0) return std::string(target, static_cast<std::size_t>(n));
+  if (errno == ENOENT || errno == EINVAL) return std::nullopt;
+  warn("Cannot read %s", path.c_str());
+  fail();
+}
+
+void write_file(const std::string& path, const std::string& content,
+                unsigned mode) {
+  const std::string fresh = new_name(path);
+  const int fd = open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC,
+                      static_cast<mode_t>(mode));
+  if (fd < 0) {
+    warn("Cannot create %s", fresh.c_str());
+    fail();
+  }
+  write_all(fd, content, fresh);
+  // The umask has no say: the file is as readable as the caller asked.
+  if (fchmod(fd, static_cast<mode_t>(mode)) != 0 || fsync(fd) != 0) {
+    warn("Cannot write %s", fresh.c_str());
+    const int error = errno;
+    close(fd);
+    throw error;
+  }
+  close(fd);
+  move(fresh, path);
+}
+
+void write_link(const std::string& target, const std::string& path) {
+  const std::string fresh = new_name(path);
+  remove_file(fresh);
+  if (symlink(target.c_str(), fresh.c_str()) != 0) {
+    warn("Cannot create %s", fresh.c_str());
+    fail();
+  }
+  move(fresh, path);
+}
+
+bool make_directory(const std::string& path) {
+  if (mkdir(path.c_str(), 0755) == 0) return true;
+  if (errno == EEXIST && kind_of(path) == kind::directory) return false;
+  warn("Cannot create %s", path.c_str());
+  fail();
+}
+
+void remove_file(const std::string& path) {
+  if (unlink(path.c_str()) == 0 || errno == ENOENT) return;
+  warn("Cannot remove %s", path.c_str());
+  fail();
+}
+
+void remove_empty_directory(const std::string& path) {
+  if (rmdir(path.c_str()) == 0 || errno == ENOENT || errno == ENOTEMPTY ||
+      errno == EEXIST)
+    return;
+  warn("Cannot remove %s", path.c_str());
+  fail();
+}
+
+void move(const std::string& from, const std::string& to) {
+  if (rename(from.c_str(), to.c_str()) == 0) return;
+  warn("Cannot rename %s to %s", from.c_str(), to.c_str());
+  fail();
+}
+
+}  // namespace plain_files

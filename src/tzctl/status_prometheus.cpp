@@ -1,0 +1,137 @@
+// Tested by tests/scenarios/tzctl_prometheus.scn and
+// tests/tzctl/status_prometheus_test.cpp.
+#include "tzctl/status_prometheus.h"
+
+#include <err.h>  // warn, warnx
+
+#include <cstdio>
+#include <optional>
+#include <string>
+
+#include "dataset/mira_zoneinfo.h"
+#include "tzctl/exit_status.h"
+#include "tzctl/plain_files.h"
+#include "tzctl/timezone_state.h"
+
+namespace {
+
+// A label value in double quotes: the format escapes only these three, and
+// wants UTF-8, so a stray byte of a path becomes U+FFFD.
+std::string label_value(const std::string& text) {
+  std::string out = "\"";
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const unsigned char c = static_cast<unsigned char>(text[i]);
+    if (c == '\\' || c == '"') {
+      out += {'\\', static_cast<char>(c)};
+    } else if (c == '\n') {
+      out += "\\n";
+    } else if (c < 0x80) {
+      out += static_cast<char>(c);
+    } else {
+      const int length = c >= 0xf0 && c < 0xf5   ? 4
+                         : c >= 0xe0             ? 3
+                         : c >= 0xc2 && c < 0xe0 ? 2
+                                                 : 0;
+      bool whole = length > 0 && i + length <= text.size();
+      for (int k = 1; whole && k < length; ++k)
+        whole = (static_cast<unsigned char>(text[i + k]) & 0xc0) == 0x80;
+      out += whole ? text.substr(i, length) : "\xef\xbf\xbd";
+      if (whole) i += length - 1;
+    }
+  }
+  return out + "\"";
+}
+
+std::string gauge(const char* name, const char* help,
+                  const std::string& samples) {
+  return std::string("# HELP ") + name + " " + help + "\n# TYPE " + name +
+         " gauge\n" + samples;
+}
+
+std::string flag(const char* name, const char* help, bool value) {
+  return gauge(name, help, std::string(name) + (value ? " 1\n" : " 0\n"));
+}
+
+std::string info_sample(const char* role, const dataset_summary& set,
+                        const std::string& path) {
+  return std::string("mira_tzlink_dataset_info{role=\"") + role +
+         "\",path=" + label_value(path) +
+         ",version=" + label_value(set.version) +
+         ",icu_schema=" + label_value(set.schema) + "} 1\n";
+}
+
+std::string path_of(const dataset_summary& set) {
+  return set.path.empty() ? mira_zoneinfo::system_directory : set.path;
+}
+
+std::string dataset_info(const timezone_state& state) {
+  std::string samples;
+  if (state.in_use)
+    samples += info_sample("in_use", *state.in_use, path_of(*state.in_use));
+  samples += info_sample("system", state.system, path_of(state.system));
+  if (state.latest)
+    samples +=
+        info_sample("latest", state.latest->dataset.value_or(dataset_summary{}),
+                    state.latest->target);
+  return gauge("mira_tzlink_dataset_info",
+               "The data set in use, the system's, and the one tz_latest "
+               "names, by their labels; always 1.",
+               samples);
+}
+
+bool update_pending(const timezone_state& state) {
+  return state.latest && state.latest->fate == latest_fate::activated;
+}
+
+int write_report(const std::string& text, const std::string& output) {
+  if (output.empty()) {
+    std::fputs(text.c_str(), stdout);
+    return exit_status::ok;
+  }
+  try {
+    plain_files::write_file(output, text);
+  } catch (int) {  // plain_files has written its line
+    warnx("Cannot write the metrics to %s", output.c_str());
+    return exit_status::cannot_run;
+  }
+  return exit_status::ok;
+}
+
+}  // namespace
+
+std::string status_prometheus(const timezone_state& state) {
+  return flag("mira_tzlink_consistent",
+              "1 when the time-zone links are consistent, as mira-tzctl "
+              "status judges them.",
+              state.consistent()) +
+         flag("mira_tzlink_update_pending",
+              "1 when the next boot activates the update that tz_latest "
+              "names.",
+              update_pending(state)) +
+         flag("mira_tzlink_cleanup_pending",
+              "1 when the clean-up marker is present.", state.marker_present) +
+         flag("mira_tzlink_links_agree",
+              "1 when the zoneinfo and icutz links name one data set.",
+              state.links_agree) +
+         flag("mira_tzlink_localtime_resolves",
+              "1 when the localtime link resolves to a regular file.",
+              state.localtime_resolves) +
+         gauge("mira_tzlink_problems",
+               "The number of problems mira-tzctl status lists.",
+               "mira_tzlink_problems " + std::to_string(state.problems.size()) +
+                   "\n") +
+         dataset_info(state);
+}
+
+int status_prometheus_command(const std::string& output) {
+  std::optional<timezone_state> state;
+  try {
+    state.emplace();
+  } catch (...) {  // what failed has written its line; there is no report
+    warn("Cannot read the time-zone state");
+    return exit_status::cannot_run;
+  }
+  const int written = write_report(status_prometheus(*state), output);
+  if (written != exit_status::ok) return written;
+  return state->consistent() ? exit_status::ok : exit_status::not_done;
+}
