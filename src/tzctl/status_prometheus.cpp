@@ -57,6 +57,8 @@ std::string info_sample(const char* role, const dataset_summary& set,
   return std::string("mira_tzlink_dataset_info{role=\"") + role +
          "\",path=" + label_value(path) +
          ",version=" + label_value(set.version) +
+         ",zoneinfo_version=" + label_value(set.halves.zoneinfo) +
+         ",icu_version=" + label_value(set.halves.icu) +
          ",icu_schema=" + label_value(set.schema) + "} 1\n";
 }
 
@@ -113,6 +115,10 @@ std::string status_prometheus(const timezone_state& state) {
          flag("mira_tzlink_links_agree",
               "1 when the zoneinfo and icutz links name one data set.",
               state.links_agree) +
+         flag("mira_tzlink_versions_agree",
+              "1 when the zoneinfo and ICU versions of the data set in use "
+              "are known and agree.",
+              state.versions_agree.value_or(false)) +
          flag("mira_tzlink_localtime_resolves",
               "1 when the localtime link resolves to a regular file.",
               state.localtime_resolves) +

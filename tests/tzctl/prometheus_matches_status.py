@@ -51,6 +51,8 @@ check("update_pending", flag("mira_tzlink_update_pending"),
       bool(latest and latest["next_boot"] == "activated"))
 check("cleanup_pending", flag("mira_tzlink_cleanup_pending"), status["cleanup_marker"])
 check("links_agree", flag("mira_tzlink_links_agree"), status["links_agree"])
+check("versions_agree", flag("mira_tzlink_versions_agree"),
+      bool(status["versions_agree"]))
 check("localtime_resolves", flag("mira_tzlink_localtime_resolves"),
       status["localtime_resolves"])
 check("problems", flag("mira_tzlink_problems"), len(status["problems"]))
@@ -58,6 +60,8 @@ check("problems", flag("mira_tzlink_problems"), len(status["problems"]))
 
 def labels(path, dataset):
     return {"path": path, "version": dataset["version"] if dataset else "",
+            "zoneinfo_version": (dataset and dataset["zoneinfo_version"]) or "",
+            "icu_version": (dataset and dataset["icu_version"]) or "",
             "icu_schema": (dataset and dataset["schema"]) or ""}
 
 
