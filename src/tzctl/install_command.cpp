@@ -18,6 +18,7 @@
 #include "tzctl/icu_resource.h"
 #include "tzctl/install_publication.h"
 #include "tzctl/install_refused.h"
+#include "tzctl/status_prometheus.h"
 #include "tzctl/printable_text.h"
 #include "tzctl/release_source.h"
 #include "tzctl/state_lock.h"
@@ -136,7 +137,9 @@ int install(const std::string& source, const std::string& icu_directory,
 int install_command(const std::string& source,
                     const std::string& icu_directory, bool dry_run) {
   try {
-    return install(source, icu_directory, dry_run);
+    const int status = install(source, icu_directory, dry_run);
+    if (status == exit_status::ok && !dry_run) refresh_textfile_metrics();
+    return status;
   } catch (const install_refused&) {  // its line is written
     return exit_status::not_done;
   } catch (int error) {  // the lock or an fs:: read has written its line

@@ -3,15 +3,18 @@
 #include "tzctl/status_prometheus.h"
 
 #include <err.h>  // warn, warnx
+#include <sys/stat.h>  // stat, S_ISDIR
 
 #include <cstdio>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "dataset/mira_zoneinfo.h"
 #include "tzctl/exit_status.h"
 #include "tzctl/plain_files.h"
 #include "tzctl/timezone_state.h"
+#include "tzctl/warning_lines.h"
 
 namespace {
 
@@ -140,4 +143,18 @@ int status_prometheus_command(const std::string& output) {
   const int written = write_report(status_prometheus(*state), output);
   if (written != exit_status::ok) return written;
   return state->consistent() ? exit_status::ok : exit_status::not_done;
+}
+
+void refresh_textfile_metrics() {
+  constexpr char directory[] = "/var/lib/prometheus/node-exporter";
+  struct stat status;
+  if (stat(directory, &status) != 0 || !S_ISDIR(status.st_mode)) return;
+  std::vector<std::string> held;
+  const warning_collector quiet(held);
+  try {
+    const timezone_state state;
+    plain_files::write_file(std::string(directory) + "/mira_tzlink.prom",
+                            status_prometheus(state));
+  } catch (...) {  // best effort: the boot's unit writes them again
+  }
 }

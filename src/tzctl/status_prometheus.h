@@ -17,3 +17,8 @@ std::string status_prometheus(const timezone_state& state);
 
 // `output` "" is standard output.
 int status_prometheus_command(const std::string& output);
+
+// Rewrites node_exporter's textfile metrics, where the machine has that
+// directory, after a command that changed the state; quietly, since the
+// command has said what matters and the next boot writes them anyway.
+void refresh_textfile_metrics();
