@@ -8,6 +8,7 @@
 #include <linux/filter.h>   // sock_filter, BPF_*
 #include <linux/seccomp.h>  // SECCOMP_*, seccomp_data
 #include <gtest/gtest.h>
+#include <stdlib.h>     // setenv
 #include <sys/mman.h>   // memfd_create
 #include <sys/prctl.h>  // prctl
 #include <sys/syscall.h>  // __NR_clone, __NR_clone3
@@ -242,11 +243,16 @@ tool_run run_tool(const std::vector<std::string>& command,
     dup2(stdout_path.empty() ? out : open(stdout_path.c_str(), O_WRONLY), 1);
     dup2(err, 2);
     for (const auto& [resource, value] : limits) {
+      if (resource == RLIMIT_AS && !address_limits_apply) continue;
       const rlimit limit = {value, value};
       setrlimit(resource, &limit);
     }
     alarm(30);  // kept across execv: a run that hangs fails, not the suite
-    if (!may_fork) forbid_fork();
+    if (!may_fork) {
+      // LeakSanitizer's exit check needs a thread of its own.
+      setenv("ASAN_OPTIONS", "detect_leaks=0", 1);
+      forbid_fork();
+    }
     execv(argv[0], const_cast<char* const*>(argv.data()));
     _exit(127);
   }
