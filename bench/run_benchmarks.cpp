@@ -19,6 +19,7 @@
 #include "instruction_count.h"
 #include "interleaved_runs.h"
 #include "search_memory.h"
+#include "tzdata_install.h"
 
 namespace {
 
@@ -58,7 +59,8 @@ options parse_options(int argc, char** argv) {
     }
   }
   for (const char* n :
-       {"tool", "tool-label", "icu-search", "ln", "true", "find", "valgrind"})
+       {"tool", "tool-label", "icu-search", "ln", "true", "find", "valgrind",
+        "tzctl", "zic", "sh", "install-inputs", "system-version"})
     if (o.values.count(n) == 0)
       throw std::runtime_error(std::string("missing --") + n + "=");
   return o;
@@ -266,10 +268,13 @@ void print_legend() {
       "peak RSS: ru_maxrss, median over runs; instructions: callgrind, "
       "one run, loader included\n"
       "net: above the same program's run on an empty directory (its "
-      "start-up); ns/entry: net / entries\n");
+      "start-up); ns/entry: net / entries\n"
+      "tzdata install: from an empty tz/, the ICU half included; zic + cp "
+      "-a under one sh -c\n");
 }
 
-void print_targets(const boot_figures& b, const std::vector<search_row>& s) {
+void print_targets(const boot_figures& b, const std::vector<search_row>& s,
+                   double install_ratio) {
   const double wall = b.steady_ms / b.ln_ms;
   const double wall_true = b.steady_ms / b.true_ms;
   const double rss = static_cast<double>(b.steady_rss_kb) / b.ln_rss_kb;
@@ -283,6 +288,8 @@ void print_targets(const boot_figures& b, const std::vector<search_row>& s) {
       "%s\n",
       rss, b.steady_rss_kb, b.ln_rss_kb, verdict(rss <= 0.6));
   print_search_targets(s);
+  std::printf("  tzdata install wall <= 1.50x zic + cp -a:     %.2fx  %s\n",
+              install_ratio, verdict(install_ratio <= 1.5));
 }
 
 }  // namespace
@@ -300,9 +307,12 @@ int main(int argc, char** argv) {
     const boot_figures boots = measure_boots(o);
     const std::vector<search_row> searches = measure_searches(o);
     measure_search_memory(o["icu-search"], trees);
+    const double install_ratio =
+        measure_tzdata_install({o["tzctl"], o["zic"], o["sh"],
+                                o["install-inputs"], o["system-version"]});
     rule();
     print_legend();
-    print_targets(boots, searches);
+    print_targets(boots, searches, install_ratio);
     const std::chrono::duration<double> spent =
         std::chrono::steady_clock::now() - start;
     std::printf("measured in %.0f s; load average at the end %s\n",
