@@ -16,6 +16,7 @@
 #include "dataset/mira_icu.h"
 #include "dataset/mira_zoneinfo.h"
 #include "fs/operations.h"
+#include "startup/active_links.h"
 #include "startup/touch_cleanup_marker.h"
 #include "tzctl/exit_status.h"
 #include "tzctl/named_entries.h"
@@ -61,7 +62,7 @@ std::vector<std::string> entries_in_order(const safe_removal* updates) {
 std::vector<data_link> read_data_links() {
   std::vector<data_link> links = {{"zoneinfo", mira_zoneinfo::link_path, {}},
                                   {"icutz", mira_icu::link_path, {}},
-                                  {"tz_latest", latest_link_path, {}}};
+                                  {"tz_latest", latest_link, {}}};
   for (data_link& link : links) try {
       link.target = whole_link_target(link.path);
     } catch (int error) {
@@ -91,7 +92,7 @@ bool judge_latest(clean_run& run, data_link& latest) {
     return true;
   }
   if (!run.dry_run) try {
-      fs::remove(latest_link_path);
+      fs::remove(latest_link);
     } catch (int) {  // fs::remove has written its line; the set stays named
       return false;
     }

@@ -13,6 +13,7 @@
 #include "dataset/mira_icu.h"
 #include "dataset/mira_zoneinfo.h"
 #include "fs/operations.h"
+#include "startup/active_links.h"
 #include "tzctl/exit_status.h"
 #include "tzctl/icu_half_check.h"
 #include "tzctl/icu_resource.h"
@@ -94,7 +95,7 @@ void print_plan(const release_set& set, std::size_t zone_files) {
   std::printf("Would write %s/icutz:", set.path().c_str());
   for (const char* name : icu_resource_names) std::printf(" %s", name);
   std::printf(" %s\n", set.data_file().c_str());
-  std::printf("Would point %s at %s\n", latest_link_path, set.path().c_str());
+  std::printf("Would point %s at %s\n", latest_link, set.path().c_str());
   std::printf("Dry run: nothing changed.\n");
 }
 
@@ -108,7 +109,7 @@ int install(const std::string& source, const std::string& icu_directory,
       release.directory, mira_zoneinfo::system_directory, source);
   const mira_icu system_icu;
   set.schema = check_icu_half(icu_directory, system_icu.schema, set.version);
-  const std::string latest_target = fs::read_symlink(latest_link_path);
+  const std::string latest_target = fs::read_symlink(latest_link);
   if (latest_target == set.path() &&
       is_complete_set(set.path(), set.version, set.schema)) {
     std::printf("%s is installed already, and tz_latest names it: nothing "
@@ -125,7 +126,7 @@ int install(const std::string& source, const std::string& icu_directory,
   // A dry run changes nothing and takes no lock. Under it, tz_latest is
   // read again: another install may have published since.
   const state_lock lock("install");
-  check_newer(source, set, fs::read_symlink(latest_link_path));
+  check_newer(source, set, fs::read_symlink(latest_link));
   publish_release(set);
   std::printf("Installed %s, and tz_latest names it.\n", set.path().c_str());
   print_next_boot(set);

@@ -15,6 +15,7 @@
 
 #include "dataset/mira_dataset.h"
 #include "fs/read_first_word.h"
+#include "startup/active_links.h"
 #include "tzctl/child_process.h"
 #include "tzctl/icu_resource.h"
 #include "tzctl/install_refused.h"
@@ -130,8 +131,8 @@ void point_latest_at(const std::string& path) {
     refuse("remove", latest_link_draft);
   if (symlink(path.c_str(), latest_link_draft) != 0)
     refuse("create", latest_link_draft);
-  if (rename(latest_link_draft, latest_link_path) != 0)
-    refuse("replace", latest_link_path);
+  if (rename(latest_link_draft, latest_link) != 0)
+    refuse("replace", latest_link);
   sync_directory(timezone_directory, false);
 }
 

@@ -20,7 +20,3 @@ inline constexpr char state_lock_path[] = "/var/db/timezone/.mira-tzctl.lock";
 // by anyone holding the lock, either is the leftover of a run cut short.
 inline constexpr char cleaning_prefix[] = ".cleaning-";
 inline constexpr char installing_prefix[] = ".installing-";
-
-// The boot spells it in src/startup alone; mira-tzctl reads it whole and
-// may remove it.
-inline constexpr char latest_link_path[] = "/var/db/timezone/tz_latest";
