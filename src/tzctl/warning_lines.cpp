@@ -16,7 +16,9 @@ constexpr char line_start[] = "mira-tzctl: ";
 
 std::vector<std::string>* collected = nullptr;
 
-std::string formatted(const char* format, va_list arguments) {
+// Checked as printf's by the compiler wherever a caller's format is.
+__attribute__((format(printf, 1, 0))) std::string formatted(
+    const char* format, va_list arguments) {
   va_list again;
   va_copy(again, arguments);
   char small[256];
@@ -48,7 +50,9 @@ void write_line(const std::string& line) {
   }
 }
 
-void emit(const char* format, va_list arguments, const int* error) {
+__attribute__((format(printf, 1, 0))) void emit(const char* format,
+                                                 va_list arguments,
+                                                 const int* error) {
   const int saved = errno;
   std::string line = line_start + printable(formatted(format, arguments));
   if (error) line += std::string(": ") + strerror(*error);
