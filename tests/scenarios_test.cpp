@@ -20,13 +20,13 @@
 //                      that `run` reads
 //   stdout             like stderr: the whole standard output expected
 //   limit NAME VALUE   a resource limit for the boots: fsize (bytes) or as
-//                      (bytes of address space)
+//                      (bytes of address space); or umask (octal)
 //   exit N             the expected exit status
 //   no_fork            the program can make no process, as at the
 //                      process limit (which binds no process of root)
 // @INPUTS@ in a run line is the directory of releases that
 // harness/make_install_inputs built for this test run; a "then" line ending
-// in " *" accepts any content or target after it.
+// in " *" accepts any target, or any content of a file of mode 0644.
 // What the first run leaves is checked; after a boot, two more boots
 // follow, and the third must leave the links as the second did.
 #include <fcntl.h>  // open
@@ -124,14 +124,16 @@ std::string missing_inputs() {
 }
 
 // The state, with each expected line ending in " *" matching any line
-// that begins as it does.
+// that begins as it does: any target, or any content of a file whose mode
+// is the usual 0644 (a line with another mode ends in the mode).
 void expect_state(const std::vector<std::string>& then) {
   std::vector<std::string> actual = lines_of(read_state());
   std::string shown_expected, shown_actual;
   for (std::size_t i = 0; i < std::max(then.size(), actual.size()); ++i) {
     const std::string want = i < then.size() ? then[i] : "";
     std::string got = i < actual.size() ? actual[i] : "";
-    if (want.ends_with(" *") && got.starts_with(want.substr(0, want.size() - 1)))
+    if (want.ends_with(" *") && got.starts_with(want.substr(0, want.size() - 1)) &&
+        (!got.starts_with("file ") || got.ends_with("\"")))
       got = want;
     shown_expected += want + "\n";
     shown_actual += got + "\n";
@@ -150,11 +152,12 @@ std::vector<resource_limit> limits_of(const std::string& lines) {
   std::vector<resource_limit> limits;
   for (const auto& line : lines_of(lines)) {
     std::istringstream in(line);
-    std::string name;
-    rlim_t value = 0;
+    std::string name, value;
     in >> name >> value;
-    if (name == "fsize") limits.emplace_back(RLIMIT_FSIZE, value);
-    else if (name == "as") limits.emplace_back(RLIMIT_AS, value);
+    if (name == "fsize") limits.emplace_back(RLIMIT_FSIZE, std::stoull(value));
+    else if (name == "as") limits.emplace_back(RLIMIT_AS, std::stoull(value));
+    else if (name == "umask")
+      limits.emplace_back(umask_setting, std::stoul(value, nullptr, 8));
     else ADD_FAILURE() << "unknown limit " << name;
   }
   return limits;

@@ -4,7 +4,8 @@
 
 #include <err.h>     // warn, warnx
 #include <errno.h>   // EWOULDBLOCK
-#include <stdlib.h>  // getenv, mkdtemp
+#include <stdlib.h>    // getenv, mkdtemp
+#include <sys/stat.h>  // umask
 
 #include <cstdio>
 #include <filesystem>
@@ -30,13 +31,21 @@ namespace stdfs = std::filesystem;
 
 namespace {
 
+// Where TMPDIR does not say, /var/tmp: a release is megabytes, and there
+// it usually shares /var/db's file system, so zic's output moves into
+// place instead of being copied.
+std::string scratch_parent() {
+  const char* tmp = getenv("TMPDIR");
+  if (tmp && *tmp) return tmp;
+  std::error_code error;
+  return stdfs::is_directory("/var/tmp", error) ? "/var/tmp" : "/tmp";
+}
+
 // Scratch space outside /var/db, removed whatever happens.
 class work_directory {
  public:
   work_directory() {
-    const char* tmp = getenv("TMPDIR");
-    std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") +
-                          "/mira-tzctl-install.XXXXXX";
+    std::string pattern = scratch_parent() + "/mira-tzctl-install.XXXXXX";
     if (mkdtemp(pattern.data()) == nullptr) {
       warn("Cannot create %s", pattern.c_str());
       throw install_refused();
@@ -101,10 +110,13 @@ void print_plan(const release_set& set, std::size_t zone_files) {
 
 int install(const std::string& source, const std::string& icu_directory,
             bool dry_run) {
+  // What zic and icupkg write is published as they wrote it: every reader
+  // must be able to read it, whatever the operator's umask.
+  umask(022);
   const work_directory work;
   const release_tree release = open_release(source, work.path);
-  release_set set{release.directory, release.version, icu_directory, "",
-                  work.path};
+  release_set set{release.directory, release.made_here, release.version,
+                  icu_directory, "", work.path};
   const std::size_t zone_files = check_zone_tree(
       release.directory, mira_zoneinfo::system_directory, source);
   const mira_icu system_icu;

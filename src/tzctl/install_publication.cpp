@@ -113,13 +113,22 @@ void remove_staging_leftovers() {
   }
 }
 
-void build_set(const release_set& set, const std::string& staging) {
-  if (mkdir(staging.c_str(), 0755) != 0) refuse("create", staging);
+// zic's output moves in whole when the scratch space shares tz/'s file
+// system: nothing to copy, and nothing left to remove. Else, and for a
+// tree of the operator's, a copy that takes only what readers need.
+void place_tree(const release_set& set, const std::string& zoneinfo) {
+  if (set.tree_made_here && rename(set.tree.c_str(), zoneinfo.c_str()) == 0)
+    return;
   try {
-    copy_tree(set.tree, staging + "/zoneinfo", "+VERSION");
+    copy_tree(set.tree, zoneinfo, "+VERSION");
   } catch (int) {  // copy_tree has written its line
     throw install_refused();
   }
+}
+
+void build_set(const release_set& set, const std::string& staging) {
+  if (mkdir(staging.c_str(), 0755) != 0) refuse("create", staging);
+  place_tree(set, staging + "/zoneinfo");
   write_version(staging + "/zoneinfo/+VERSION", set.version);
   copy_icu_files(set, staging + "/icutz");
   package_icu_files(set, staging + "/icutz");

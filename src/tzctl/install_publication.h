@@ -10,6 +10,7 @@
 
 struct release_set {
   std::string tree;           // the compiled zoneinfo tree to copy
+  bool tree_made_here;        // in `work`, by zic: moved in when it can be
   std::string version;        // the release's word, such as 2026f
   std::string icu_directory;  // the four resource files
   std::string schema;         // such as 44l

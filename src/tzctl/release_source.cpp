@@ -1,7 +1,8 @@
 // Tested by tests/scenarios/tzctl_install.scn.
 #include "tzctl/release_source.h"
 
-#include <err.h>  // warnx
+#include <err.h>       // warnx
+#include <sys/stat.h>  // lstat
 
 #include <filesystem>
 #include <fstream>
@@ -13,6 +14,7 @@
 #include "tzctl/child_process.h"
 #include "tzctl/install_refused.h"
 #include "tzctl/printable_text.h"
+#include "tzctl/tree_copy.h"
 #include "tzctl/tzdata_makefile.h"
 
 namespace stdfs = std::filesystem;
@@ -73,12 +75,16 @@ std::vector<std::string> zic_inputs(const std::string& unpacked) {
   return inputs;
 }
 
-// The tables readers look zones up in travel with the compiled tree.
+// The tables readers look zones up in travel with the compiled tree. A
+// release may lack any of them; one that is not a regular file (a link to
+// a file of this machine, say) is left out too.
 void copy_tables(const std::string& unpacked, const std::string& tree) {
   for (const char* name : {"iso3166.tab", "zone.tab", "zone1970.tab",
                            "zonenow.tab", "tzdata.zi", "leapseconds"}) {
-    std::error_code ignored;  // a release may lack any of them
-    stdfs::copy_file(unpacked + "/" + name, tree + "/" + name, ignored);
+    const std::string from = unpacked + "/" + name;
+    struct stat status;
+    if (lstat(from.c_str(), &status) == 0 && S_ISREG(status.st_mode))
+      copy_file(from, tree + "/" + name);
   }
 }
 
@@ -102,7 +108,7 @@ release_tree compile_tarball(const std::string& source,
   copy_tables(unpacked, tree);
   std::string version = fs::read_first_word(unpacked + "/version");
   if (version.empty()) version = zi_version(unpacked + "/tzdata.zi");
-  return {tree, version};
+  return {tree, version, true};
 }
 
 release_tree unpack_package(const std::string& source,

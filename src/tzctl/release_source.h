@@ -11,6 +11,7 @@
 struct release_tree {
   std::string directory;  // the compiled zoneinfo tree
   std::string version;    // the release's own word, such as 2026f
+  bool made_here = false; // zic's output in `work`, free to be moved
 };
 
 release_tree open_release(const std::string& source, const std::string& work);

@@ -51,8 +51,8 @@ void copy_file(const std::string& from, const std::string& to) {
   bool written = true;
   while (written && (got = read(in, buffer, sizeof buffer)) > 0)
     written = write_all(out, buffer, got);
-  // The umask may have taken bits readers need.
-  const bool done = written && got == 0 && fchmod(out, file_mode) == 0;
+  // Install's umask leaves file_mode as it is: no fchmod for each file.
+  const bool done = written && got == 0;
   close(in);
   if (!done) {
     close(out);
@@ -71,15 +71,19 @@ void copy_tree(const std::string& from, const std::string& to,
     const stdfs::path relative = walk->path().lexically_relative(from);
     if (walk.depth() == 0 && relative == skip) continue;
     const std::string source = walk->path(), target = to + "/" + relative.string();
+    // The type readdir gave; only a regular file needs its inode.
     struct stat status;
-    if (lstat(source.c_str(), &status) != 0) fail("read", source);
-    if (S_ISDIR(status.st_mode)) {
-      if (mkdir(target.c_str(), directory_mode) != 0) fail("create", target);
-    } else if (S_ISLNK(status.st_mode)) {
+    if (walk->is_symlink(error)) {
       const stdfs::path link = stdfs::read_symlink(source, error);
       if (error || symlink(link.c_str(), target.c_str()) != 0)
         fail("create", target);
-    } else if (S_ISREG(status.st_mode)) {
+    } else if (walk->is_directory(error)) {
+      if (mkdir(target.c_str(), directory_mode) != 0) fail("create", target);
+    } else if (!walk->is_regular_file(error)) {
+      continue;
+    } else if (lstat(source.c_str(), &status) != 0) {
+      fail("read", source);
+    } else {
       auto [first, is_new] =
           copied.try_emplace({status.st_dev, status.st_ino}, target);
       if (is_new) copy_file(source, target);

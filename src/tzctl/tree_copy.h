@@ -1,9 +1,9 @@
 #pragma once
 
 // A compiled zoneinfo tree copied into a fresh directory: directories,
-// links as they are, and regular files world-readable, with files that are
-// one file (zic's hard links) kept as one. Writes a line and throws the
-// errno as an int on the first failure.
+// links as they are, and regular files world-readable under install's
+// umask, with files that are one file (zic's hard links) kept as one.
+// Writes a line and throws the errno as an int on the first failure.
 
 #include <string>
 

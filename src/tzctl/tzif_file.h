@@ -7,9 +7,12 @@
 
 #include <string>
 
-// Reads only the headers and the closing rule; false when the file cannot
-// be read.
-bool is_whole_tzif_file(const std::string& path);
+enum class tzif_shape {
+  other,  // unreadable, or does not start as a TZif file does
+  cut,    // starts as one, and its length is not what its counts make it
+  whole,
+};
 
-// Whether the file starts as a TZif file does; false when unreadable.
-bool starts_as_tzif_file(const std::string& path);
+// Reads only the headers and the closing rule, in one read for a file of
+// the usual few kilobytes.
+tzif_shape tzif_shape_of(const std::string& path);

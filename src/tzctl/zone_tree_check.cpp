@@ -14,24 +14,14 @@ namespace stdfs = std::filesystem;
 
 namespace {
 
-// Relative paths of the regular files below `tree`, links not followed.
-std::set<std::string> regular_files(const std::string& tree) {
-  std::set<std::string> files;
-  std::error_code error;
-  for (stdfs::recursive_directory_iterator walk(tree, error), end;
-       !error && walk != end; walk.increment(error))
-    if (walk->symlink_status(error).type() == stdfs::file_type::regular)
-      files.insert(walk->path().lexically_relative(tree).string());
-  return files;
-}
+// The release's names, links not followed: those that are there in any
+// form, and its regular files that do not start as TZif files.
+struct release_names {
+  std::set<std::string> present, not_tzif;
+};
 
-std::set<std::string> system_zones(const std::string& system_tree) {
-  std::set<std::string> zones;
-  for (const std::string& name : regular_files(system_tree))
-    if (!name.starts_with("posix/") && !name.starts_with("right/") &&
-        starts_as_tzif_file(system_tree + "/" + name))
-      zones.insert(name);
-  return zones;
+bool is_system_only(const std::string& name) {
+  return name.starts_with("posix/") || name.starts_with("right/");
 }
 
 [[noreturn]] void refuse_cut_zone(const std::string& zone,
@@ -49,25 +39,61 @@ std::set<std::string> system_zones(const std::string& system_tree) {
   throw install_refused();
 }
 
+// Relative paths of the entries below `tree` that are not directories,
+// links not followed; `regular` gets the regular files among them.
+std::set<std::string> entries(const std::string& tree,
+                              std::set<std::string>& regular) {
+  std::set<std::string> names;
+  std::error_code error;
+  for (stdfs::recursive_directory_iterator walk(tree, error), end;
+       !error && walk != end; walk.increment(error)) {
+    // The type readdir gave, where it gave one: no stat for each entry.
+    const bool is_link = walk->is_symlink(error);
+    if (!is_link && walk->is_directory(error)) continue;
+    std::string name = walk->path().lexically_relative(tree).string();
+    if (!is_link && walk->is_regular_file(error)) regular.insert(name);
+    names.insert(std::move(name));
+  }
+  return names;
+}
+
+// Each TZif file of the release must be whole; the others are looked at
+// again only if the system has a zone of their name. Sorted, so that the
+// first bad file named is the same on every file system.
+release_names check_release_files(const std::string& tree,
+                                  const std::string& source,
+                                  std::size_t& zone_files) {
+  release_names names;
+  std::set<std::string> regular;
+  names.present = entries(tree, regular);
+  for (const std::string& name : regular) {
+    const tzif_shape shape = tzif_shape_of(tree + "/" + name);
+    if (shape == tzif_shape::cut) refuse_cut_zone(name, source);
+    if (shape == tzif_shape::other) names.not_tzif.insert(name);
+    else ++zone_files;
+  }
+  return names;
+}
+
 }  // namespace
 
 std::size_t check_zone_tree(const std::string& tree,
                             const std::string& system_tree,
                             const std::string& source) {
-  const std::set<std::string> wanted = system_zones(system_tree);
   std::size_t zone_files = 0;
-  // A zone the system has is a zone file here even when it is cut short
-  // before its first bytes.
-  for (const std::string& name : regular_files(tree)) {
-    const std::string path = tree + "/" + name;
-    if (!wanted.contains(name) && !starts_as_tzif_file(path)) continue;
-    if (!is_whole_tzif_file(path)) refuse_cut_zone(name, source);
-    ++zone_files;
-  }
-  for (const std::string& zone : wanted) {
-    std::error_code error;
-    if (!stdfs::exists(stdfs::symlink_status(tree + "/" + zone, error)))
-      refuse_missing_zone(zone, source);
+  const release_names release = check_release_files(tree, source, zone_files);
+  // The system's files are opened only where the release differs: a zone
+  // the system has must be here, and a whole zone file, even when it is
+  // cut short before its first bytes.
+  std::set<std::string> system_regular;
+  entries(system_tree, system_regular);
+  for (const std::string& name : system_regular) {
+    const bool missing = !release.present.contains(name);
+    if (is_system_only(name) || (!missing && !release.not_tzif.contains(name)) ||
+        tzif_shape_of(system_tree + "/" + name) == tzif_shape::other)
+      continue;
+    if (missing) refuse_missing_zone(name, source);
+    refuse_cut_zone(name, source);
   }
   return zone_files;
 }

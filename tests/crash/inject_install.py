@@ -1,4 +1,5 @@
-# Cuts `mira-tzctl install` short with a kill at each of its system calls
+# Cuts `mira-tzctl install` of a tree (copied in) and of a tarball (zic's
+# output moved in) short with a kill at each of its system calls
 # from the first that touches /var/db (before it, nothing there can have
 # changed), and checks what it leaves:
 #   - tz_latest names the old update or the complete new set, never a
@@ -26,6 +27,9 @@ CALL = re.compile(r"^(\w+)\((.*)\) += (.*)$")
 
 def build(inputs):
     os.makedirs("/var/db", exist_ok=True)
+    # Scratch space on /var/db's file system: a tarball's zic output is
+    # moved into the set, a tree is copied.
+    os.makedirs("/var/tmp", exist_ok=True)
     subprocess.run(["find", "/var/db", "/usr/share", "-mindepth", "1",
                     "-delete"], check=True)
     system = "/usr/share/zoneinfo.default"
@@ -93,6 +97,28 @@ def finished_wrong(tzctl, tzlink, command):
     return None if status == 0 else f"status exits {status}"
 
 
+# Kills `command` at each of its calls from the first that touches /var/db;
+# adds what is wrong afterwards to `failures` and returns the kill count.
+def inject_each(command, tzctl, tzlink, inputs, failures):
+    build(inputs)
+    run(["strace", "-o", TRACE, "-s", "256", "-y"] + command)
+    calls = [m[1] for m in map(CALL.match, open(TRACE, errors="replace"))
+             if m]
+    lines = [l for l in open(TRACE, errors="replace") if CALL.match(l)]
+    first = next(i for i, l in enumerate(lines) if "/var/db" in l)
+    print(f"== install {command[2].split('/')[-1]}: {len(calls)} calls, "
+          f"/var/db from call {first + 1}")
+    for n in range(first, len(calls)):
+        rank = calls[:n + 1].count(calls[n])
+        injection = f"{calls[n]}:signal=KILL:when={rank}"
+        build(inputs)
+        run(["strace", "-o", TRACE, "-e", f"inject={injection}"] + command)
+        problem = left_wrong() or finished_wrong(tzctl, tzlink, command)
+        if problem:
+            failures.append(f"{injection} ({lines[n].strip()[:80]}): {problem}")
+    return len(calls) - first
+
+
 def main():
     if len(sys.argv) != 4:
         sys.exit("usage: python3 inject_install.py MIRA_TZCTL MIRA_TZLINK INPUTS")
@@ -105,26 +131,13 @@ def main():
     if os.path.exists(f"{inputs}/missing"):
         print("skipped: " + open(f"{inputs}/missing").read().strip())
         return 77
-    command = [tzctl, "install", f"{inputs}/tree-2099a", f"{inputs}/icu-2099a"]
-    build(inputs)
-    run(["strace", "-o", TRACE, "-s", "256", "-y"] + command)
-    calls = [m[1] for m in map(CALL.match, open(TRACE, errors="replace"))
-             if m]
-    lines = [l for l in open(TRACE, errors="replace") if CALL.match(l)]
-    first = next(i for i, l in enumerate(lines) if "/var/db" in l)
-    print(f"== install: {len(calls)} calls, /var/db from call {first + 1}")
-    failures = []
-    for n in range(first, len(calls)):
-        rank = calls[:n + 1].count(calls[n])
-        injection = f"{calls[n]}:signal=KILL:when={rank}"
-        build(inputs)
-        run(["strace", "-o", TRACE, "-e", f"inject={injection}"] + command)
-        problem = left_wrong() or finished_wrong(tzctl, tzlink, command)
-        if problem:
-            failures.append(f"{injection} ({lines[n].strip()[:80]}): {problem}")
+    failures, kills = [], 0
+    for source in ("tree-2099a", "tzdata2099a.tar.gz"):
+        command = [tzctl, "install", f"{inputs}/{source}", f"{inputs}/icu-2099a"]
+        kills += inject_each(command, tzctl, tzlink, inputs, failures)
     for failure in failures:
         print("FAIL", failure)
-    print(f"{len(calls) - first} kills, {len(failures)} failures")
+    print(f"{kills} kills, {len(failures)} failures")
     return 1 if failures else 0
 
 

@@ -243,6 +243,7 @@ tool_run run_tool(const std::vector<std::string>& command,
     dup2(stdout_path.empty() ? out : open(stdout_path.c_str(), O_WRONLY), 1);
     dup2(err, 2);
     for (const auto& [resource, value] : limits) {
+      if (resource == umask_setting) umask(mode_t(value));
       if (resource == RLIMIT_AS && !address_limits_apply) continue;
       const rlimit limit = {value, value};
       setrlimit(resource, &limit);

@@ -54,8 +54,10 @@ struct tool_run {
   std::string stdout_text, stderr_text;
 };
 
-// A resource limit (RLIMIT_*) and the value it is set to.
+// A resource limit (RLIMIT_*) and the value it is set to; `umask_setting`
+// in place of a limit sets the file-mode creation mask instead.
 using resource_limit = std::pair<int, rlim_t>;
+inline constexpr int umask_setting = -1;
 
 // Runs `command` once, a program's path and its arguments (by default the
 // built mira-tzlink with none), with standard input closed and standard

@@ -31,31 +31,43 @@ std::string version_2_file() {
 struct tzif_case {
   const char* name;
   std::string bytes;
-  bool whole;
+  tzif_shape shape;
 };
+
+constexpr tzif_shape whole = tzif_shape::whole, cut = tzif_shape::cut,
+                     other = tzif_shape::other;
 
 TEST(tzif_file, length_matches_the_counts) {
   const std::string v2 = version_2_file();
+  // Names longer than the first read: the 64-bit part lies beyond it.
+  const std::string long_v2 = header('2', 0, 1, 70000) +
+                              std::string(70006, 'x') + header('2', 0, 1, 4) +
+                              std::string(10, 'x') + "\nJST-9\n";
   const tzif_case cases[] = {
-      {"version 1, whole", header('\0', 1, 1, 4) + std::string(15, 'x'), true},
+      {"version 1, whole", header('\0', 1, 1, 4) + std::string(15, 'x'), whole},
       {"version 1, a byte short", header('\0', 1, 1, 4) + std::string(14, 'x'),
-       false},
+       cut},
       {"version 1, a byte over", header('\0', 1, 1, 4) + std::string(16, 'x'),
-       false},
-      {"version 2, whole", v2, true},
-      {"version 2, no closing line end", v2.substr(0, v2.size() - 1), false},
-      {"version 2, cut in the 64-bit part", v2.substr(0, 100), false},
-      {"version 2, bytes after the rule", v2 + "x", false},
-      {"no magic", "TZix" + v2.substr(4), false},
-      {"empty", "", false},
+       cut},
+      {"version 2, whole", v2, whole},
+      {"version 2, no closing line end", v2.substr(0, v2.size() - 1), cut},
+      {"version 2, cut in the 64-bit part", v2.substr(0, 100), cut},
+      {"version 2, bytes after the rule", v2 + "x", cut},
+      {"no magic", "TZix" + v2.substr(4), other},
+      {"cut inside the magic", "TZi", other},
+      {"cut inside the first header", v2.substr(0, 30), cut},
+      {"empty", "", other},
+      {"version 2 past the first read, whole", long_v2, whole},
+      {"version 2 past the first read, cut",
+       long_v2.substr(0, long_v2.size() - 1), cut},
   };
   const std::string path = "/var/zone";
   for (const tzif_case& c : cases) {
     SCOPED_TRACE(c.name);
     std::ofstream(path, std::ios::binary | std::ios::trunc) << c.bytes;
-    EXPECT_EQ(is_whole_tzif_file(path), c.whole);
+    EXPECT_EQ(tzif_shape_of(path), c.shape);
   }
-  EXPECT_FALSE(is_whole_tzif_file("/var/no-such-zone"));
+  EXPECT_EQ(tzif_shape_of("/var/no-such-zone"), other);
 }
 
 }  // namespace
