@@ -79,7 +79,10 @@ std::optional<std::string> read_link(const std::string& path) {
 void write_file(const std::string& path, const std::string& content,
                 unsigned mode) {
   const std::string fresh = new_name(path);
-  const int fd = open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC,
+  // Whatever is at the fresh name goes first: a link there, left by
+  // anyone, would have the content written wherever it leads.
+  remove_file(fresh);
+  const int fd = open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
                       static_cast<mode_t>(mode));
   if (fd < 0) {
     warn("Cannot create %s", fresh.c_str());
