@@ -55,6 +55,7 @@ TEST(tzif_file, length_matches_the_counts) {
       {"version 2, bytes after the rule", v2 + "x", cut},
       {"no magic", "TZix" + v2.substr(4), other},
       {"cut inside the magic", "TZi", other},
+      {"the magic alone", "TZif", cut},
       {"cut inside the first header", v2.substr(0, 30), cut},
       {"empty", "", other},
       {"version 2 past the first read, whole", long_v2, whole},
