@@ -1,4 +1,4 @@
-// Tested by tests/tzctl/setup_image_command_test.cpp and tests/image/check.
+// Tested by tests/scenarios/tzctl_setup_image.scn and tests/image/check.
 #include "tzctl/image_localtime.h"
 
 #include <err.h>  // warnx

@@ -1,4 +1,4 @@
-// Tested by tests/tzctl/setup_image_command_test.cpp.
+// Tested by tests/scenarios/tzctl_setup_image.scn.
 #include "tzctl/image_tree.h"
 
 #include <utility>

@@ -1,5 +1,5 @@
-// Tested by tests/tzctl/setup_image_command_test.cpp and
-// tests/tzctl/status_prometheus_test.cpp.
+// Tested by tests/scenarios/tzctl_setup_image.scn and
+// tests/scenarios/tzctl_prometheus.scn.
 #include "tzctl/plain_files.h"
 
 #include <err.h>       // warn
