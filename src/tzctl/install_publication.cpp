@@ -19,6 +19,7 @@
 #include "tzctl/child_process.h"
 #include "tzctl/icu_resource.h"
 #include "tzctl/install_refused.h"
+#include "tzctl/plain_files.h"
 #include "tzctl/safe_removal.h"
 #include "tzctl/state_paths.h"
 #include "tzctl/tree_copy.h"
@@ -63,11 +64,14 @@ void sync_directory(const std::string& path, bool whole_tree) {
   if (synced != 0) refuse("sync", path);
 }
 
+// A fresh file renamed into place: whatever zic left at the name, even a
+// second name of one of its zone files, is replaced, never written into.
 void write_version(const std::string& path, const std::string& version) {
-  std::ofstream out(path, std::ios::trunc);
-  out << version << "\n";
-  out.close();
-  if (!out || chmod(path.c_str(), 0644) != 0) refuse("write", path);
+  try {
+    plain_files::write_file(path, version + "\n");
+  } catch (int) {  // plain_files has written its line
+    throw install_refused();
+  }
 }
 
 void copy_icu_files(const release_set& set, const std::string& icutz) {

@@ -1,7 +1,8 @@
 #pragma once
 
-// The file operations mira-tzctl makes outside /var/db/timezone: on an
-// image tree for setup-image, and for the metrics file of status. Each
+// The file operations mira-tzctl makes outside /var/db/timezone, on an
+// image tree for setup-image and for the metrics file of status, and the
+// replacement of a new set's +VERSION. Each
 // failure writes one warning line naming the path and throws its errno as
 // an int. Replacing goes through a new entry beside the old and a rename,
 // so a reader sees the old or the new, never part of either.

@@ -5,6 +5,7 @@
 #include <sys/stat.h>  // lstat
 
 #include <filesystem>
+#include <map>
 #include <fstream>
 #include <sstream>
 #include <vector>
@@ -64,15 +65,72 @@ void run_or_refuse(const std::string& source, std::vector<std::string> argv) {
   throw install_refused();
 }
 
+// Whether the release holds `name`. What is there is read or compiled
+// only as a regular file: a FIFO would hold the read or zic up for ever.
+bool holds(const std::string& source, const std::string& unpacked,
+           const std::string& name) {
+  struct stat status;
+  if (lstat((unpacked + "/" + name).c_str(), &status) != 0) return false;
+  if (S_ISREG(status.st_mode)) return true;
+  warnx("source check failed for %s: %s is not a regular file",
+        source.c_str(), printable(name).c_str());
+  throw install_refused();
+}
+
 // The files the release's Makefile compiles, else its combined tzdata.zi.
-std::vector<std::string> zic_inputs(const std::string& unpacked) {
+// One the Makefile lists and the release lacks is zic's to report.
+std::vector<std::string> zic_inputs(const std::string& source,
+                                    const std::string& unpacked) {
   std::vector<std::string> inputs;
-  for (const std::string& name :
-       compiled_source_files(text_of(unpacked + "/Makefile")))
-    inputs.push_back(unpacked + "/" + name);
-  if (inputs.empty() && stdfs::exists(unpacked + "/tzdata.zi"))
+  if (holds(source, unpacked, "Makefile"))
+    for (const std::string& name :
+         compiled_source_files(text_of(unpacked + "/Makefile"))) {
+      holds(source, unpacked, name);
+      inputs.push_back(unpacked + "/" + name);
+    }
+  if (inputs.empty() && holds(source, unpacked, "tzdata.zi"))
     inputs.push_back(unpacked + "/tzdata.zi");
   return inputs;
+}
+
+[[noreturn]] void refuse_outside(const std::string& source,
+                                 const std::string& name) {
+  warnx("source check failed for %s: %s leads to a file outside the release",
+        source.c_str(), printable(name).c_str());
+  throw install_refused();
+}
+
+// zic makes what a Link line names, and a Link to an absolute path makes
+// a second name of a file of this machine: publishing it would write or
+// show that file. Every link zic made must stay inside its tree.
+void check_contained(const std::string& source, const std::string& tree) {
+  struct names_of_file {
+    nlink_t seen = 0, links = 0;
+    std::string first;
+  };
+  std::map<std::pair<dev_t, ino_t>, names_of_file> files;
+  std::error_code error;
+  for (stdfs::recursive_directory_iterator walk(tree, error), end;
+       !error && walk != end; walk.increment(error)) {
+    const std::string name = walk->path().lexically_relative(tree).string();
+    struct stat status;
+    if (lstat(walk->path().c_str(), &status) != 0) continue;
+    if (S_ISLNK(status.st_mode)) {
+      const stdfs::path target = stdfs::read_symlink(walk->path(), error);
+      const stdfs::path within =
+          (stdfs::path(name).parent_path() / target).lexically_normal();
+      if (target.is_absolute() || within.empty() || *within.begin() == "..")
+        refuse_outside(source, name);
+    } else if (S_ISREG(status.st_mode)) {
+      names_of_file& file = files[{status.st_dev, status.st_ino}];
+      if (file.seen++ == 0) {
+        file.links = status.st_nlink;
+        file.first = name;
+      }
+    }
+  }
+  for (const auto& [inode, file] : files)
+    if (file.seen != file.links) refuse_outside(source, file.first);
 }
 
 // The tables readers look zones up in travel with the compiled tree. A
@@ -97,7 +155,7 @@ release_tree compile_tarball(const std::string& source,
   run_or_refuse(source,
                 {"tar", "--no-same-owner", "-xzf", source, "-C", unpacked});
   std::vector<std::string> argv{"zic", "-d", tree};
-  const auto inputs = zic_inputs(unpacked);
+  const auto inputs = zic_inputs(source, unpacked);
   if (inputs.empty()) {
     warnx("source check failed for %s: no Makefile data list or tzdata.zi",
           source.c_str());
@@ -105,9 +163,11 @@ release_tree compile_tarball(const std::string& source,
   }
   argv.insert(argv.end(), inputs.begin(), inputs.end());
   run_or_refuse(source, argv);
+  check_contained(source, tree);
   copy_tables(unpacked, tree);
   std::string version = fs::read_first_word(unpacked + "/version");
-  if (version.empty()) version = zi_version(unpacked + "/tzdata.zi");
+  if (version.empty() && holds(source, unpacked, "tzdata.zi"))
+    version = zi_version(unpacked + "/tzdata.zi");
   return {tree, version, true};
 }
 
