@@ -22,6 +22,9 @@ constexpr char system_tree_path[] = "/usr/share/zoneinfo.default";
 constexpr char tree_link_target[] = "../../var/db/timezone/zoneinfo";
 constexpr char icu_directory[] = "/usr/share/icu";
 constexpr char icu_schema_path[] = "/usr/share/icu/icutzformat.txt";
+// The directories setup-image writes in, with all above them.
+constexpr const char* image_directories[] = {
+    icu_directory, "/etc/systemd/system.conf.d", "/etc/systemd/user.conf.d"};
 
 using plain_files::kind;
 
@@ -130,8 +133,21 @@ void remove_icu_schema(const image_tree& image) {
   plain_files::remove_empty_directory(image.at(icu_directory));
 }
 
+// An image whose /usr or /etc leads elsewhere, as a link to the running
+// system's would, is not changed at all.
+bool has_own_directories(const image_tree& image) {
+  for (const char* directory : image_directories) {
+    const std::string link = image.first_link_along(directory);
+    if (link.empty()) continue;
+    warnx("%s is a link; setup-image changes only the image's own "
+          "directories; changing nothing", link.c_str());
+    return false;
+  }
+  return true;
+}
+
 bool set_up(const image_tree& image) {
-  if (!move_tree(image)) return false;
+  if (!has_own_directories(image) || !move_tree(image)) return false;
   write_icu_schema(image);
   set_icu_environment(image);
   keep_localtime_one_step(image);
@@ -139,6 +155,7 @@ bool set_up(const image_tree& image) {
 }
 
 bool undo(const image_tree& image) {
+  if (!has_own_directories(image)) return false;
   unset_icu_environment(image);
   remove_icu_schema(image);
   return restore_tree(image);
