@@ -171,7 +171,8 @@ void publish_release(const release_set& set) {
   const std::string path = set.path();
   struct stat status;
   // A set under its version's name was renamed there whole: an install
-  // cut off before tz_latest named it is finished by naming it.
+  // cut off before tz_latest named it is finished by naming it. A link
+  // there was not made by install, wherever it leads.
   if (lstat(path.c_str(), &status) != 0) {
     const std::string staging = std::string(updates_directory) + "/" +
                                 installing_prefix + set.version + ".1.0." +
@@ -179,7 +180,8 @@ void publish_release(const release_set& set) {
     build_set(set, staging);
     if (rename(staging.c_str(), path.c_str()) != 0) refuse("rename", staging);
     sync_directory(updates_directory, false);
-  } else if (!is_complete_set(path, set.version, set.schema)) {
+  } else if (!S_ISDIR(status.st_mode) ||
+             !is_complete_set(path, set.version, set.schema)) {
     warnx("publish check failed for %s: it exists and is not a whole set",
           path.c_str());
     throw install_refused();

@@ -63,6 +63,9 @@ std::string unquote(const std::string& quoted) {
 
 void build_entry(const std::string& kind, const std::string& path,
                  const std::string& rest) {
+  // Only these are fresh mounts; anything else is the machine's own.
+  ASSERT_TRUE(path.starts_with("/var/") || path.starts_with("/usr/share/"))
+      << path << " is outside the sandbox's fresh mounts";
   stdfs::create_directories(stdfs::path(path).parent_path());
   const size_t end = rest.rfind('"');
   if (kind == "dir") {
