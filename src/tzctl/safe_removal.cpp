@@ -107,15 +107,24 @@ bool is_leftover(const std::string& name) {
          name.starts_with(installing_prefix);
 }
 
+// Each of /var/db, timezone and tz is opened without following a link,
+// as install makes them: the state is where the boot tool looks for it.
 int open_updates_directory() {
-  const int parent = open(timezone_directory, directory_flags);
-  const int fd =
-      parent < 0 ? -1 : openat(parent, updates_name, directory_flags);
-  const int error = errno;
-  if (parent >= 0) close(parent);
+  const char* names[] = {"timezone", updates_name};
+  int fd = open(data_directory, directory_flags);
+  int error = errno;
+  std::string path = data_directory;
+  for (const char* name : names) {
+    if (fd < 0) break;
+    const int parent = fd;
+    path = path + "/" + name;
+    fd = openat(parent, name, directory_flags);
+    error = errno;
+    close(parent);
+  }
   if (fd >= 0) return fd;
   if (error != ENOENT)
-    warn("%s is not a directory; removing nothing", updates_directory);
+    warn("%s is not a directory; removing nothing", path.c_str());
   throw error;
 }
 
