@@ -4,9 +4,11 @@
 #include <unicode/ures.h>
 #include <unicode/ustring.h>  // u_UCharsToChars
 
-#include <fstream>
 #include <memory>
+#include <string>
 #include <string_view>
+
+#include "tzctl/plain_files.h"
 
 namespace {
 
@@ -33,8 +35,9 @@ bundle_pointer open_bundle(const std::string& directory,
 }  // namespace
 
 std::optional<char> resource_bundle_letter(const std::string& path) {
-  unsigned char header[header_bytes] = {};
-  std::ifstream(path, std::ios::binary).read((char*)header, header_bytes);
+  std::string start = plain_files::read_start(path, header_bytes);
+  start.resize(header_bytes);
+  const auto* header = reinterpret_cast<const unsigned char*>(start.data());
   if (header[magic_at] != 0xda || header[magic_at + 1] != 0x27 ||
       std::string_view((const char*)header + format_at, 4) != "ResB")
     return std::nullopt;

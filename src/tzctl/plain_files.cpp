@@ -49,8 +49,21 @@ kind kind_of(const std::string& path) {
   return S_ISLNK(status.st_mode) ? kind::link : kind::other;
 }
 
+// O_NONBLOCK only keeps open from waiting for a FIFO's writer; a regular
+// file reads the same with it.
+int open_regular(const std::string& path) {
+  const int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  struct stat status;
+  if (fd < 0 || fstat(fd, &status) != 0 || S_ISREG(status.st_mode) ||
+      S_ISDIR(status.st_mode))
+    return fd;
+  close(fd);
+  errno = EINVAL;
+  return -1;
+}
+
 std::optional<std::string> read_file(const std::string& path) {
-  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  const int fd = open_regular(path);
   if (fd < 0 && errno == ENOENT) return std::nullopt;
   std::string content;
   char buffer[8192];
@@ -58,13 +71,31 @@ std::optional<std::string> read_file(const std::string& path) {
   while (fd >= 0 && (n = ::read(fd, buffer, sizeof buffer)) > 0)
     content.append(buffer, static_cast<std::size_t>(n));
   if (n < 0) {
-    warn("Cannot read %s", path.c_str());
+    if (errno == EINVAL)
+      warnx("Cannot read %s: not a regular file", path.c_str());
+    else
+      warn("Cannot read %s", path.c_str());
     const int error = errno;
     if (fd >= 0) close(fd);
     throw error;
   }
   close(fd);
   return content;
+}
+
+std::string read_start(const std::string& path, std::size_t bytes) {
+  const int fd = open_regular(path);
+  if (fd < 0) return "";
+  std::string start(bytes, '\0');
+  std::size_t got = 0;
+  while (got < bytes) {
+    const ssize_t n = ::read(fd, start.data() + got, bytes - got);
+    if (n <= 0) break;
+    got += static_cast<std::size_t>(n);
+  }
+  close(fd);
+  start.resize(got);
+  return start;
 }
 
 std::optional<std::string> read_link(const std::string& path) {

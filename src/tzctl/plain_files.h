@@ -17,8 +17,13 @@ enum class kind { none, directory, link, other };
 // What is at `path`, links not followed.
 kind kind_of(const std::string& path);
 
-// The whole content of a regular file; none when nothing is there.
+// The whole content of a regular file; none when nothing is there. Any
+// other file is refused without waiting on it, as a FIFO would make us.
 std::optional<std::string> read_file(const std::string& path);
+
+// Up to `bytes` from the start of a regular file, links followed; "" for
+// anything else, or a file that cannot be read. Never waits on a FIFO.
+std::string read_start(const std::string& path, std::size_t bytes);
 
 // The target of a link; none when nothing is there or it is no link.
 std::optional<std::string> read_link(const std::string& path);

@@ -14,6 +14,7 @@
 #include "fs/read_first_word.h"
 #include "tzctl/child_process.h"
 #include "tzctl/install_refused.h"
+#include "tzctl/plain_files.h"
 #include "tzctl/printable_text.h"
 #include "tzctl/tree_copy.h"
 #include "tzctl/tzdata_makefile.h"
@@ -27,10 +28,9 @@ enum class source_form { tree, tarball, package, unknown };
 source_form form_of(const std::string& source) {
   std::error_code error;
   if (stdfs::is_directory(source, error)) return source_form::tree;
-  char start[8] = {};
-  std::ifstream(source, std::ios::binary).read(start, sizeof start);
-  if (std::string(start, 8) == "!<arch>\n") return source_form::package;
-  if (start[0] == '\x1f' && start[1] == '\x8b') return source_form::tarball;
+  const std::string start = plain_files::read_start(source, 8);
+  if (start == "!<arch>\n") return source_form::package;
+  if (start.starts_with("\x1f\x8b")) return source_form::tarball;
   return source_form::unknown;
 }
 
@@ -40,9 +40,10 @@ std::string text_of(const std::string& path) {
   return text.str();
 }
 
-// The word of the "# version" line that zic sources begin with.
+// The word of the "# version" line that zic sources begin with, among
+// the comments of its first block.
 std::string zi_version(const std::string& path) {
-  std::ifstream in(path);
+  std::istringstream in(plain_files::read_start(path, 4096));
   for (std::string line; std::getline(in, line);) {
     if (line.starts_with("# version ")) return line.substr(10);
     if (!line.starts_with("#")) break;
