@@ -13,7 +13,8 @@
 //                      the tool runs
 //   class PATH VALUE   PATH's data-protection class afterwards, or "none"
 //   run PROGRAM ARGS   what runs: mira-tzlink (the default, with no
-//                      arguments) or mira-tzctl, with these arguments;
+//                      arguments) or mira-tzctl, with these arguments,
+//                      after NAME=VALUE words for its environment;
 //                      "> PATH" at the end sends standard output there
 //   before PROGRAM ARGS  runs first, in order, each to exit 0 with its
 //                      output unchecked: the steps that lead to the state
@@ -93,18 +94,22 @@ std::vector<scenario> all_scenarios() {
   return all;
 }
 
-// The built binary that `run` names, then its arguments as they are.
+// NAME=VALUE words, then the built binary that `run` names, then its
+// arguments as they are.
 std::vector<std::string> command_of(const std::string& run) {
   std::istringstream in(run);
   std::vector<std::string> command;
   for (std::string word; in >> word;) command.push_back(word);
-  if (command.empty()) return command;
-  if (command[0] == "mira-tzctl")
-    command[0] = MIRA_TZCTL_BINARY;
-  else if (command[0] == "mira-tzlink")
-    command[0] = MIRA_TZLINK_BINARY;
+  auto program = std::find_if(command.begin(), command.end(), [](auto& w) {
+    return w.find('=') == std::string::npos;
+  });
+  if (program == command.end()) return command;
+  if (*program == "mira-tzctl")
+    *program = MIRA_TZCTL_BINARY;
+  else if (*program == "mira-tzlink")
+    *program = MIRA_TZLINK_BINARY;
   else
-    ADD_FAILURE() << "unknown program " << command[0];
+    ADD_FAILURE() << "unknown program " << *program;
   return command;
 }
 

@@ -233,8 +233,10 @@ void forbid_fork() {
 tool_run run_tool(const std::vector<std::string>& command,
                   const std::string& stdout_path, bool may_fork,
                   const std::vector<resource_limit>& limits) {
-  std::vector<const char*> argv;
-  for (const auto& word : command) argv.push_back(word.c_str());
+  std::vector<const char*> argv, environment;
+  for (const auto& word : command)
+    (argv.empty() && word.find('=') != std::string::npos ? environment : argv)
+        .push_back(word.c_str());
   if (argv.empty()) argv.push_back(MIRA_TZLINK_BINARY);
   argv.push_back(nullptr);
   const int out = memfd_create("stdout", MFD_CLOEXEC);
@@ -251,6 +253,8 @@ tool_run run_tool(const std::vector<std::string>& command,
       const rlimit limit = {value, value};
       setrlimit(resource, &limit);
     }
+    for (const char* assignment : environment)
+      putenv(const_cast<char*>(assignment));
     alarm(30);  // kept across execv: a run that hangs fails, not the suite
     if (!may_fork) {
       // LeakSanitizer's exit check needs a thread of its own.
