@@ -68,7 +68,7 @@ int read_until_exit(pid_t pid, int fd, std::vector<std::string>& records) {
   for (bool open = true;;) {
     const pid_t done = waitpid(pid, &status, open ? WNOHANG : 0);
     if (done == pid) break;
-    if (done == -1 && errno != EINTR) fail_to_start(errno);
+    if (done < 0 && errno != EINTR) fail_to_start(errno);
     if (!open) continue;
     pollfd ready{fd, POLLIN, 0};
     if (poll(&ready, 1, pause_ms) <= 0) continue;

@@ -141,9 +141,9 @@ void write_link(const std::string& target, const std::string& path) {
   move(fresh, path);
 }
 
-bool make_directory(const std::string& path) {
-  if (mkdir(path.c_str(), 0755) == 0) return true;
-  if (errno == EEXIST && kind_of(path) == kind::directory) return false;
+void make_directory(const std::string& path) {
+  if (mkdir(path.c_str(), 0755) == 0) return;
+  if (errno == EEXIST && kind_of(path) == kind::directory) return;
   warn("Cannot create %s", path.c_str());
   fail();
 }

@@ -35,8 +35,8 @@ void write_file(const std::string& path, const std::string& content,
 // Replaces or creates the link `path` with one to `target`.
 void write_link(const std::string& target, const std::string& path);
 
-// mkdir(2) with mode 0755; true when it made the directory.
-bool make_directory(const std::string& path);
+// mkdir(2) with mode 0755; a directory already there is kept.
+void make_directory(const std::string& path);
 
 // unlink(2); an absent entry counts as removed.
 void remove_file(const std::string& path);

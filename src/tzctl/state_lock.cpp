@@ -8,6 +8,7 @@
 #include <sys/stat.h>  // fstat, S_ISREG
 #include <unistd.h>    // getpid, pread, pwrite, ftruncate
 
+#include <algorithm>  // std::max
 #include <chrono>
 #include <string>
 #include <thread>
@@ -22,9 +23,9 @@ constexpr int attempts = 20;
 constexpr std::chrono::milliseconds pause(100);
 
 std::string holder_of(int fd) {
-  char text[128];
-  const ssize_t length = pread(fd, text, sizeof text - 1, 0);
-  std::string holder(text, length > 0 ? length : 0);
+  char text[128] = {};
+  const ssize_t length = std::max<ssize_t>(0, pread(fd, text, sizeof text, 0));
+  std::string holder(text, length);
   while (!holder.empty() && holder.back() == '\n') holder.pop_back();
   // Between taking the lock and writing its name, a holder is nameless.
   return holder.empty() ? "another process" : holder;

@@ -14,10 +14,10 @@
 extern "C" {
 void warn(const char* format, ...) __attribute__((format(printf, 1, 2)));
 void warnx(const char* format, ...) __attribute__((format(printf, 1, 2)));
-void vwarn(const char* format, va_list arguments)
-    __attribute__((format(printf, 1, 0)));
-void vwarnx(const char* format, va_list arguments)
-    __attribute__((format(printf, 1, 0)));
+__attribute__((format(printf, 1, 0))) void vwarn(const char* format,
+                                                 va_list arguments);
+__attribute__((format(printf, 1, 0))) void vwarnx(const char* format,
+                                                  va_list arguments);
 }
 
 // While one lives, each warning line (without its line end) goes into
