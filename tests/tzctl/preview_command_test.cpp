@@ -1,6 +1,7 @@
 // mira-tzctl preview where scenarios cannot show it: without root, where
 // it makes a user namespace of its own or says why it cannot; without a
-// boot tool to run, or with one that cannot run or dies; and with files too
+// boot tool to run, or with one that cannot run, dies or writes a line in
+// pieces; and with files too
 // large to read whole.
 #include <gtest/gtest.h>
 #include <sys/mount.h>  // mount
@@ -85,35 +86,42 @@ TEST(preview_command, names_the_boot_tool_it_cannot_find) {
 }
 
 // A boot tool beside mira-tzctl that cannot run, or dies: the preview says
-// what failed and shows no verdict.
-struct broken_boot_case {
+// what failed and shows no verdict. One that writes a line in pieces, down
+// to a single byte, is shown the line whole.
+struct fake_boot_case {
   const char* name;
   const char* program;  // the boot tool's content, mode 0755
-  const char* lines;
+  int status;
+  const char* stdout_lines;
+  const char* stderr_lines;
 };
-const broken_boot_case broken_boot_cases[] = {
-    {"killed", "#!/bin/sh\nkill -KILL $$\n",
+const fake_boot_case fake_boot_cases[] = {
+    {"killed", "#!/bin/sh\nkill -KILL $$\n", 3, "",
      "mira-tzctl: The boot tool was killed by signal 9\n"},
-    {"not_a_program", "neither a script nor a program\n",
+    {"not_a_program", "neither a script nor a program\n", 3, "",
      "mira-tzctl: Cannot start the boot tool: Exec format error\n"},
+    {"line_in_pieces", "#!/bin/sh\nprintf m >&2; printf 'ira: x\\n' >&2\n", 0,
+     "The next boot would write:\nmira: x\n"
+     "The next boot would change nothing.\nIt would exit with status 0.\n",
+     ""},
 };
 
-TEST(preview_command, says_what_failed_when_the_boot_cannot_run) {
+TEST(preview_command, shows_what_a_boot_tool_did_or_what_failed) {
   if (const std::string why = overlay_unavailable(); !why.empty())
     GTEST_SKIP() << why;
   const std::filesystem::path bin = "/var/tmp/bin";
   std::filesystem::create_directories(bin);
   std::filesystem::copy_file(MIRA_TZCTL_BINARY, bin / "mira-tzctl");
   build_state(state);
-  for (const broken_boot_case& c : broken_boot_cases) {
+  for (const fake_boot_case& c : fake_boot_cases) {
     SCOPED_TRACE(c.name);
     std::ofstream(bin / "mira-tzlink", std::ios::trunc) << c.program;
     std::filesystem::permissions(bin / "mira-tzlink",
                                  std::filesystem::perms(0755));
     const tool_run run = run_tool({bin / "mira-tzctl", "preview"});
-    EXPECT_EQ(run.status, 3);
-    expect_lines(c.lines, run.stderr_text);
-    EXPECT_EQ(run.stdout_text, "");
+    EXPECT_EQ(run.status, c.status);
+    expect_lines(c.stderr_lines, run.stderr_text);
+    expect_lines(c.stdout_lines, run.stdout_text);
   }
 }
 
