@@ -2,8 +2,9 @@
 
 // ICU's time-zone resource files as ICU readers see them: the header that
 // says a file is a resource bundle and in which byte order, and what the
-// system's ICU itself reads from a directory of loose files. Never writes
-// a line and never throws.
+// system's ICU itself reads from a directory of loose files. ICU maps only
+// a file with a size, so a FIFO or a device is refused, not waited on.
+// Never writes a line and never throws.
 
 #include <optional>
 #include <string>

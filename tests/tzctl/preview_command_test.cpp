@@ -87,7 +87,8 @@ TEST(preview_command, names_the_boot_tool_it_cannot_find) {
 
 // A boot tool beside mira-tzctl that cannot run, or dies: the preview says
 // what failed and shows no verdict. One that writes a line in pieces, down
-// to a single byte, is shown the line whole.
+// to a single byte, is shown the line whole. Below a directory removed, or
+// made anew where one was, no entry shows through.
 struct fake_boot_case {
   const char* name;
   const char* program;  // the boot tool's content, mode 0755
@@ -104,17 +105,30 @@ const fake_boot_case fake_boot_cases[] = {
      "The next boot would write:\nmira: x\n"
      "The next boot would change nothing.\nIt would exit with status 0.\n",
      ""},
+    {"removes_a_directory", "#!/bin/sh\nrm -r /var/db/timezone/old\n", 0,
+     "The next boot would write no line.\nThe next boot would change:\n"
+     "/var/db/timezone/old: directory -> (none)\n"
+     "/var/db/timezone/old/a: file \"x\" -> (none)\n"
+     "It would exit with status 0.\n",
+     ""},
+    {"makes_a_directory_anew",
+     "#!/bin/sh\nrm -r /var/db/timezone/old; mkdir /var/db/timezone/old\n", 0,
+     "The next boot would write no line.\nThe next boot would change:\n"
+     "/var/db/timezone/old/a: file \"x\" -> (none)\n"
+     "It would exit with status 0.\n",
+     ""},
 };
 
 TEST(preview_command, shows_what_a_boot_tool_did_or_what_failed) {
   if (const std::string why = overlay_unavailable(); !why.empty())
     GTEST_SKIP() << why;
   const std::filesystem::path bin = "/var/tmp/bin";
-  std::filesystem::create_directories(bin);
-  std::filesystem::copy_file(MIRA_TZCTL_BINARY, bin / "mira-tzctl");
-  build_state(state);
   for (const fake_boot_case& c : fake_boot_cases) {
     SCOPED_TRACE(c.name);
+    clear_state();
+    build_state(std::string(state) + "file /var/db/timezone/old/a \"x\"\n");
+    std::filesystem::create_directories(bin);
+    std::filesystem::copy_file(MIRA_TZCTL_BINARY, bin / "mira-tzctl");
     std::ofstream(bin / "mira-tzlink", std::ios::trunc) << c.program;
     std::filesystem::permissions(bin / "mira-tzlink",
                                  std::filesystem::perms(0755));
