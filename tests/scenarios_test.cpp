@@ -20,8 +20,9 @@
 //                      output unchecked: the steps that lead to the state
 //                      that `run` reads
 //   stdout             like stderr: the whole standard output expected
-//   limit NAME VALUE   a resource limit for the boots: fsize (bytes) or as
-//                      (bytes of address space); or umask (octal)
+//   limit NAME VALUE   a resource limit for the runs: fsize (bytes), as
+//                      (bytes of address space) or nofile (descriptors);
+//                      or umask (octal)
 //   exit N             the expected exit status
 //   no_fork            the program can make no process, as at the
 //                      process limit (which binds no process of root)
@@ -161,6 +162,8 @@ std::vector<resource_limit> limits_of(const std::string& lines) {
     in >> name >> value;
     if (name == "fsize") limits.emplace_back(RLIMIT_FSIZE, std::stoull(value));
     else if (name == "as") limits.emplace_back(RLIMIT_AS, std::stoull(value));
+    else if (name == "nofile")
+      limits.emplace_back(RLIMIT_NOFILE, std::stoull(value));
     else if (name == "umask")
       limits.emplace_back(umask_setting, std::stoul(value, nullptr, 8));
     else ADD_FAILURE() << "unknown limit " << name;
