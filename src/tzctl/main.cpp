@@ -2,6 +2,7 @@
 #include <err.h>     // warn, warnx
 #include <signal.h>  // signal, SIGXFSZ
 
+#include <algorithm>
 #include <cstdio>
 #include <span>
 #include <string_view>
@@ -121,7 +122,10 @@ const command* find_command(std::string_view name) {
 }
 
 int run_command(const command& c, std::span<char* const> words) {
-  if (words.size() == 1 && is_help(words[0])) {
+  const auto help = std::find_if(words.begin(), words.end(), is_help);
+  if (help != words.end() && words.size() > 1)
+    return usage_error(std::string(*help) + " takes no arguments", c.synopsis);
+  if (help != words.end()) {
     std::printf("usage: mira-tzctl %s\n%s", c.synopsis, c.help);
     return exit_status::ok;
   }
