@@ -38,15 +38,10 @@ struct clean_run {
   bool dry_run, obsolete, marker;
   const safe_removal* updates;                  // none when there is no tz/
   std::map<std::string, std::string> named_by;  // entry: "zoneinfo and icutz"
-  std::vector<std::string> freed;  // named by a tz_latest link removed
+  std::optional<std::string> freed;  // named whole by a tz_latest removed
   std::uintmax_t total = 0;
   bool complete = true;
 };
-
-bool is_leftover(const std::string& name) {
-  return name.starts_with(cleaning_prefix) ||
-         name.starts_with(installing_prefix);
-}
 
 // Leftovers first: a directory set aside now may need the name a cut-short
 // clean left behind.
@@ -91,12 +86,18 @@ bool judge_latest(clean_run& run, data_link& latest) {
     std::printf("'mira-tzctl clean --obsolete' removes it and the link.\n");
     return true;
   }
-  if (!run.dry_run) try {
+  if (run.dry_run) {
+    std::printf("The tz_latest link would go.\n");
+  } else try {
       fs::remove(latest_link);
+      std::printf("Removed the tz_latest link.\n");
     } catch (int) {  // fs::remove has written its line; the set stays named
       return false;
     }
-  run.freed = entries_named(*latest.target);
+  // Only a set the link names as a whole goes with it. One it merely leads
+  // into (tz/NAME/zoneinfo/missing) may be a sound update; it stays, under
+  // the rules for any set no link names.
+  run.freed = entry_named_whole(*latest.target);
   latest.target.reset();
   return true;
 }
@@ -121,8 +122,7 @@ void remove_entry(clean_run& run, const std::string& name) {
 
 void weigh_entry(clean_run& run, const std::string& name) {
   const std::string path = printable(updates_directory + ("/" + name));
-  const bool freed =
-      std::find(run.freed.begin(), run.freed.end(), name) != run.freed.end();
+  const bool freed = run.freed == name;
   if (const auto named = run.named_by.find(name); named != run.named_by.end())
     std::printf("%s: kept, named by %s\n", path.c_str(), named->second.c_str());
   else if (is_leftover(name) || run.marker || freed)

@@ -84,3 +84,16 @@ std::vector<std::string> entries_named(const std::string& target) {
   }
   return names;
 }
+
+std::optional<std::string> entry_named_whole(const std::string& target) {
+  const stdfs::path inside =
+      (stdfs::path(timezone_directory) / target)
+          .lexically_normal()
+          .lexically_relative(updates_directory);
+  std::vector<std::string> parts;
+  for (const stdfs::path& part : inside)
+    if (!part.empty()) parts.push_back(part.string());
+  if (parts.size() != 1 || parts[0] == "." || parts[0] == "..")
+    return std::nullopt;
+  return parts[0];
+}

@@ -16,3 +16,8 @@ std::optional<std::string> whole_link_target(const std::string& path);
 // The names in tz/ that `target` (a link text; a relative one is taken
 // from /var/db/timezone, where the links live) names: none, one or two.
 std::vector<std::string> entries_named(const std::string& target);
+
+// The name in tz/ that `target` names as a whole, as written ("tz/NAME",
+// "/var/db/timezone/tz/NAME/"); none when it names tz/ itself, something
+// outside, or a path inside an entry.
+std::optional<std::string> entry_named_whole(const std::string& target);

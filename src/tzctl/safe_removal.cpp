@@ -102,11 +102,6 @@ void walk_tree(int fd, const std::string& path, tree_walk& walk) {
   closedir(directory);
 }
 
-bool is_leftover(const std::string& name) {
-  return name.starts_with(cleaning_prefix) ||
-         name.starts_with(installing_prefix);
-}
-
 // Each of /var/db, timezone and tz is opened without following a link,
 // as install makes them: the state is where the boot tool looks for it.
 int open_updates_directory() {
@@ -129,6 +124,11 @@ int open_updates_directory() {
 }
 
 }  // namespace
+
+bool is_leftover(const std::string& name) {
+  return name.starts_with(cleaning_prefix) ||
+         name.starts_with(installing_prefix);
+}
 
 safe_removal::safe_removal() : fd(open_updates_directory()) {
   struct stat status;

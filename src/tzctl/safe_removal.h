@@ -13,6 +13,9 @@
 #include <string>
 #include <vector>
 
+// Whether `name` is what a clean or an install cut short left in tz/.
+bool is_leftover(const std::string& name);
+
 class safe_removal {
  public:
   // Opens tz/ without following a link, /var/db/timezone's included.
