@@ -11,6 +11,8 @@
 #include <unistd.h>         // close, unlinkat, renameat
 
 #include <algorithm>
+#include <climits>  // NAME_MAX
+#include <string>
 
 #include "tzctl/printable_text.h"
 #include "tzctl/state_paths.h"
@@ -125,6 +127,17 @@ int open_updates_directory() {
 
 }  // namespace
 
+// A name too long to carry the prefix is replaced by the directory's inode
+// number, unique on tz/'s file system while the directory lives; without
+// it such a directory could never be set aside, and the marker never go.
+std::string safe_removal::hidden_name(const std::string& name) const {
+  struct stat status;
+  if (std::string(cleaning_prefix).size() + name.size() <= NAME_MAX ||
+      fstatat(fd, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+    return cleaning_prefix + name;
+  return cleaning_prefix + ("inode-" + std::to_string(status.st_ino));
+}
+
 bool is_leftover(const std::string& name) {
   return name.starts_with(cleaning_prefix) ||
          name.starts_with(installing_prefix);
@@ -182,7 +195,7 @@ bool safe_removal::remove(const std::string& name) const {
           printable(path).c_str(), printable(inside.mount_point).c_str());
     return false;
   }
-  const std::string doomed = is_leftover(name) ? name : cleaning_prefix + name;
+  const std::string doomed = is_leftover(name) ? name : hidden_name(name);
   const std::string doomed_path = std::string(updates_directory) + "/" + doomed;
   if (doomed != name && renameat(fd, name.c_str(), fd, doomed.c_str()) != 0) {
     warn("Could not set %s aside", printable(path).c_str());

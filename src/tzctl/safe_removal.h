@@ -43,6 +43,8 @@ class safe_removal {
   bool remove(const std::string& name) const;
 
  private:
+  std::string hidden_name(const std::string& name) const;
+
   int fd;
   dev_t device;
 };
