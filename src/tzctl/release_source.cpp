@@ -18,6 +18,7 @@
 #include "tzctl/printable_text.h"
 #include "tzctl/tree_copy.h"
 #include "tzctl/tzdata_makefile.h"
+#include "tzctl/zic_source_version.h"
 
 namespace stdfs = std::filesystem;
 
@@ -38,17 +39,6 @@ std::string text_of(const std::string& path) {
   std::ostringstream text;
   text << std::ifstream(path, std::ios::binary).rdbuf();
   return text.str();
-}
-
-// The word of the "# version" line that zic sources begin with, among
-// the comments of its first block.
-std::string zi_version(const std::string& path) {
-  std::istringstream in(plain_files::read_start(path, 4096));
-  for (std::string line; std::getline(in, line);) {
-    if (line.starts_with("# version ")) return line.substr(10);
-    if (!line.starts_with("#")) break;
-  }
-  return {};
 }
 
 void run_or_refuse(const std::string& source, std::vector<std::string> argv) {
@@ -168,7 +158,7 @@ release_tree compile_tarball(const std::string& source,
   copy_tables(unpacked, tree);
   std::string version = fs::read_first_word(unpacked + "/version");
   if (version.empty() && holds(source, unpacked, "tzdata.zi"))
-    version = zi_version(unpacked + "/tzdata.zi");
+    version = zic_source_version(unpacked + "/tzdata.zi");
   return {tree, version, true};
 }
 
@@ -183,11 +173,11 @@ release_tree unpack_package(const std::string& source,
           source.c_str());
     throw install_refused();
   }
-  return {tree, zi_version(tree + "/tzdata.zi")};
+  return {tree, zic_source_version(tree + "/tzdata.zi")};
 }
 
 release_tree take_tree(const std::string& source) {
-  std::string version = zi_version(source + "/tzdata.zi");
+  std::string version = zic_source_version(source + "/tzdata.zi");
   if (version.empty()) version = fs::read_first_word(source + "/+VERSION");
   return {source, version};
 }

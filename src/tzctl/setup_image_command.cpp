@@ -13,6 +13,7 @@
 #include "tzctl/image_localtime.h"
 #include "tzctl/image_tree.h"
 #include "tzctl/plain_files.h"
+#include "tzctl/zic_source_version.h"
 
 namespace {
 
@@ -34,23 +35,12 @@ std::string icu_schema() {
   return std::endian::native == std::endian::big ? "44b\n" : "44l\n";
 }
 
-// The word of the "# version" line of a tree's tzdata.zi, which the tree
-// is compiled from; "" when there is none.
-std::string tree_version(const std::string& tree) {
-  const auto text = plain_files::read_file(tree + "/tzdata.zi");
-  const std::string tag = "# version ";
-  if (!text || !text->starts_with(tag)) return "";
-  const std::string word =
-      text->substr(tag.size(), text->find('\n') - tag.size());
-  return word.find_first_of(" \t/") == std::string::npos ? word : "";
-}
-
 // The boot reads the system data set's version from +VERSION. One that is
 // there already is the image's own and stays.
 bool give_tree_a_version(const std::string& tree) {
   const std::string path = tree + "/+VERSION";
   if (plain_files::kind_of(path) != kind::none) return true;
-  const std::string version = tree_version(tree);
+  const std::string version = zic_source_version(tree + "/tzdata.zi");
   if (version.empty()) {
     warnx("%s/tzdata.zi has no version line, and there is no %s", tree.c_str(),
           path.c_str());
@@ -115,7 +105,7 @@ bool restore_tree(const image_tree& image) {
     plain_files::move(system_tree, tree);
     std::printf("moved %s back to %s\n", system_tree.c_str(), tree.c_str());
   }
-  const std::string version = tree_version(tree);
+  const std::string version = zic_source_version(tree + "/tzdata.zi");
   const std::string version_path = tree + "/+VERSION";
   if (!version.empty() &&
       plain_files::read_file(version_path) == version + "\n") {
