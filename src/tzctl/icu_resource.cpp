@@ -1,8 +1,12 @@
 // Tested by tests/scenarios/tzctl_install.scn.
 #include "tzctl/icu_resource.h"
 
+#include <errno.h>
+#include <fcntl.h>     // O_CLOEXEC
+#include <sys/wait.h>  // waitpid, WIF*
 #include <unicode/ures.h>
 #include <unicode/ustring.h>  // u_UCharsToChars
+#include <unistd.h>           // fork, pipe2, _exit
 
 #include <memory>
 #include <string>
@@ -18,6 +22,7 @@ namespace {
 constexpr std::size_t magic_at = 2, big_endian_at = 8, charset_at = 9,
                       format_at = 12, header_bytes = 16;
 constexpr unsigned char ebcdic_family = 1;
+constexpr std::size_t answer_limit = 4096;
 
 struct bundle_closer {
   void operator()(UResourceBundle* bundle) const { ures_close(bundle); }
@@ -30,6 +35,53 @@ bundle_pointer open_bundle(const std::string& directory,
   const std::string path = directory.empty() ? "" : directory + "/";
   return bundle_pointer(ures_openDirect(
       directory.empty() ? nullptr : path.c_str(), name.c_str(), &status));
+}
+
+std::string tz_version_here(const std::string& directory) {
+  UErrorCode status = U_ZERO_ERROR;
+  const bundle_pointer bundle = open_bundle(directory, "zoneinfo64", status);
+  int32_t length = 0;
+  const UChar* text =
+      U_SUCCESS(status)
+          ? ures_getStringByKey(bundle.get(), "TZVersion", &length, &status)
+          : nullptr;
+  if (U_FAILURE(status) || text == nullptr) return {};
+  std::string version(std::size_t(length), '\0');
+  u_UCharsToChars(text, version.data(), length);
+  return version;
+}
+
+// ICU trusts the files it maps: a damaged bundle can crash its reader.
+// The version is read in a child, so that such a file reads as unreadable
+// ("") and never ends this process. The child leaves by _exit, so nothing
+// this process has buffered is written twice; its answer is cut at 4 KiB.
+std::string tz_version_in_child(const std::string& directory) {
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) return {};
+  const pid_t pid = fork();
+  if (pid == 0) {
+    close(ends[0]);
+    const std::string answer =
+        tz_version_here(directory).substr(0, answer_limit);
+    _exit(write(ends[1], answer.data(), answer.size()) == ssize_t(answer.size())
+              ? 0
+              : 1);
+  }
+  close(ends[1]);
+  std::string answer;
+  char buffer[answer_limit];
+  for (ssize_t n; pid > 0 && (n = read(ends[0], buffer, sizeof buffer)) != 0;)
+    if (n > 0 && answer.size() < answer_limit)
+      answer.append(buffer, std::size_t(n));
+    else if (n < 0 && errno != EINTR)
+      break;
+  close(ends[0]);
+  int status = 0;
+  while (pid > 0 && waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+  }
+  return pid > 0 && WIFEXITED(status) && WEXITSTATUS(status) == 0
+             ? answer
+             : std::string();
 }
 
 }  // namespace
@@ -55,15 +107,5 @@ bool icu_opens(const std::string& directory, const std::string& name,
 }
 
 std::string icu_tz_version(const std::string& directory) {
-  UErrorCode status = U_ZERO_ERROR;
-  const bundle_pointer bundle = open_bundle(directory, "zoneinfo64", status);
-  int32_t length = 0;
-  const UChar* text =
-      U_SUCCESS(status)
-          ? ures_getStringByKey(bundle.get(), "TZVersion", &length, &status)
-          : nullptr;
-  if (U_FAILURE(status) || text == nullptr) return {};
-  std::string version(std::size_t(length), '\0');
-  u_UCharsToChars(text, version.data(), length);
-  return version;
+  return tz_version_in_child(directory);
 }
