@@ -118,13 +118,17 @@ int write_report(const std::string& text, const std::string& output) {
   return exit_status::ok;
 }
 
-}  // namespace
-
-std::string status_prometheus(const timezone_state& state) {
+std::string consistent_flag(bool consistent) {
   return flag("mira_tzlink_consistent",
               "1 when the time-zone links are consistent, as mira-tzctl "
               "status judges them.",
-              state.consistent()) +
+              consistent);
+}
+
+}  // namespace
+
+std::string status_prometheus(const timezone_state& state) {
+  return consistent_flag(state.consistent()) +
          flag("mira_tzlink_update_pending",
               "1 when the next boot activates the update that tz_latest "
               "names.",
@@ -152,8 +156,11 @@ int status_prometheus_command(const std::string& output) {
   std::optional<timezone_state> state;
   try {
     state.emplace();
-  } catch (...) {  // what failed has written its line; there is no report
+  } catch (...) {  // what failed has written its line
     warn("Cannot read the time-zone state");
+    // Only the verdict, 0: a file left from an earlier run must not go on
+    // saying 1 about a state that can no longer be read.
+    (void)write_report(consistent_flag(false), output);
     return exit_status::cannot_run;
   }
   const int written = write_report(status_prometheus(*state), output);
@@ -167,10 +174,15 @@ void refresh_textfile_metrics() {
   if (stat(directory, &status) != 0 || !S_ISDIR(status.st_mode)) return;
   std::vector<std::string> held;
   const warning_collector quiet(held);
+  const std::string path = std::string(directory) + "/mira_tzlink.prom";
+  std::string report;
   try {
-    const timezone_state state;
-    plain_files::write_file(std::string(directory) + "/mira_tzlink.prom",
-                            status_prometheus(state));
-  } catch (...) {  // best effort: the boot's unit writes them again
+    report = status_prometheus(timezone_state());
+  } catch (...) {  // the state cannot be read: not consistent, as above
+    report = consistent_flag(false);
+  }
+  try {
+    plain_files::write_file(path, report);
+  } catch (int) {  // best effort: the boot's unit writes them again
   }
 }
