@@ -158,7 +158,7 @@ std::string release_set::path() const {
 bool is_complete_set(const std::string& path, const std::string& version,
                      const std::string& schema) {
   std::error_code error;
-  if (fs::read_first_word(path + "/zoneinfo/+VERSION") != version ||
+  if (fs::read_first_word(path + "/zoneinfo/+VERSION", true) != version ||
       !stdfs::is_regular_file(path + "/icutz/icutz" + schema + ".dat", error))
     return false;
   for (const char* name : icu_resource_names)

@@ -156,7 +156,7 @@ release_tree compile_tarball(const std::string& source,
   run_or_refuse(source, argv);
   check_contained(source, tree);
   copy_tables(unpacked, tree);
-  std::string version = fs::read_first_word(unpacked + "/version");
+  std::string version = fs::read_first_word(unpacked + "/version", true);
   if (version.empty() && holds(source, unpacked, "tzdata.zi"))
     version = zic_source_version(unpacked + "/tzdata.zi");
   return {tree, version, true};
@@ -178,7 +178,7 @@ release_tree unpack_package(const std::string& source,
 
 release_tree take_tree(const std::string& source) {
   std::string version = zic_source_version(source + "/tzdata.zi");
-  if (version.empty()) version = fs::read_first_word(source + "/+VERSION");
+  if (version.empty()) version = fs::read_first_word(source + "/+VERSION", true);
   return {source, version};
 }
 
