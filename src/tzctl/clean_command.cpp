@@ -111,6 +111,13 @@ void remove_entry(clean_run& run, const std::string& name) {
     run.complete = false;
     return;
   }
+  if (!inside.unexplored.empty()) {  // it may hold a mount point
+    errno = inside.error;
+    warn("Keeping %s: cannot look inside %s", path.c_str(),
+         printable(inside.unexplored).c_str());
+    run.complete = false;
+    return;
+  }
   std::printf("%s: %" PRIuMAX " bytes\n", path.c_str(), inside.bytes);
   std::fflush(stdout);  // before any line about it on standard error
   if (!run.dry_run && !run.updates->remove(name)) {

@@ -64,12 +64,19 @@ void note(tree_walk& walk, bool failed) {
   if (failed && walk.error == 0) walk.error = errno;
 }
 
+void note_unexplored(tree_walk& walk, const std::string& path) {
+  if (!walk.found.unexplored.empty()) return;
+  walk.found.unexplored = path;
+  walk.found.error = errno;
+}
+
 // Depth first below `fd`, which it closes; `path` only names what it finds.
 // The names are read whole before any goes: removing while reading may
 // skip entries.
 void walk_tree(int fd, const std::string& path, tree_walk& walk) {
   DIR* directory = fdopendir(fd);
   if (directory == nullptr) {
+    note_unexplored(walk, path);
     note(walk, true);
     close(fd);
     return;
@@ -89,7 +96,10 @@ void walk_tree(int fd, const std::string& path, tree_walk& walk) {
         close(sub);
         continue;
       }
-      if (sub >= 0) walk_tree(sub, path + "/" + name, walk);
+      if (sub >= 0)
+        walk_tree(sub, path + "/" + name, walk);
+      else
+        note_unexplored(walk, path + "/" + name);
       if (walk.removing) note(walk, unlinkat(fd, entry, AT_REMOVEDIR) != 0);
       continue;
     }
@@ -184,6 +194,8 @@ safe_removal::usage safe_removal::measure(const std::string& name) const {
     close(top);
   } else if (top >= 0) {
     walk_tree(top, path, walk);
+  } else {
+    note_unexplored(walk, path);
   }
   return walk.found;
 }
@@ -193,6 +205,11 @@ bool safe_removal::remove(const std::string& name) const {
   if (const usage inside = measure(name); !inside.mount_point.empty()) {
     warnx("Not removing %s: a file system is mounted at %s",
           printable(path).c_str(), printable(inside.mount_point).c_str());
+    return false;
+  } else if (!inside.unexplored.empty()) {
+    errno = inside.error;
+    warn("Not removing %s: cannot look inside %s", printable(path).c_str(),
+         printable(inside.unexplored).c_str());
     return false;
   }
   const std::string doomed = is_leftover(name) ? name : hidden_name(name);

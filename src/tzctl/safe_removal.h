@@ -33,6 +33,11 @@ class safe_removal {
   struct usage {
     std::uintmax_t bytes = 0;  // of the regular files inside
     std::string mount_point;   // the first one found inside; "" for none
+    // The first directory inside that could not be opened or listed (too
+    // deep for the open-file limit, say): what it holds is unknown, a
+    // mount point included. "" for none; `error` is its errno.
+    std::string unexplored;
+    int error = 0;
   };
   // What directory `name` holds, seen without following a link or
   // entering another file system.
