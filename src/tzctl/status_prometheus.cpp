@@ -13,32 +13,11 @@
 #include "dataset/mira_zoneinfo.h"
 #include "tzctl/exit_status.h"
 #include "tzctl/plain_files.h"
+#include "tzctl/printable_text.h"
 #include "tzctl/timezone_state.h"
 #include "tzctl/warning_lines.h"
 
 namespace {
-
-// The length of the well-formed UTF-8 sequence that starts at `i`, or 0.
-// The second byte's range rules out overlong forms, surrogates and code
-// points past U+10FFFF, which the format's parsers reject.
-std::size_t sequence_length(const std::string& text, std::size_t i) {
-  const auto byte = [&](std::size_t k) {
-    return static_cast<unsigned char>(text[k]);
-  };
-  const unsigned char lead = byte(i);
-  const std::size_t length = lead < 0x80   ? 1
-                             : lead < 0xc2 ? 0
-                             : lead < 0xe0 ? 2
-                             : lead < 0xf0 ? 3
-                             : lead < 0xf5 ? 4
-                                           : 0;
-  if (length == 0 || i + length > text.size()) return 0;
-  unsigned char low = lead == 0xe0 ? 0xa0 : lead == 0xf0 ? 0x90 : 0x80;
-  unsigned char high = lead == 0xed ? 0x9f : lead == 0xf4 ? 0x8f : 0xbf;
-  for (std::size_t k = 1; k < length; ++k, low = 0x80, high = 0xbf)
-    if (byte(i + k) < low || byte(i + k) > high) return 0;
-  return length;
-}
 
 // A label value in double quotes: the format escapes only these three, and
 // wants UTF-8, so a stray byte of a path becomes U+FFFD.
@@ -46,7 +25,7 @@ std::string label_value(const std::string& text) {
   std::string out = "\"";
   for (std::size_t i = 0; i < text.size(); ++i) {
     const char c = text[i];
-    const std::size_t length = sequence_length(text, i);
+    const std::size_t length = utf8_sequence_length(text, i);
     if (c == '\\' || c == '"') {
       out += {'\\', c};
     } else if (c == '\n') {
