@@ -3,7 +3,7 @@
 #include "startup/touch_cleanup_marker.h"
 
 #include <err.h>    // warn
-#include <fcntl.h>  // O_CREAT, O_RDWR
+#include <fcntl.h>  // O_CREAT, O_RDWR, O_NONBLOCK, O_NOCTTY
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,8 +15,12 @@ constexpr int marker_protection_class = 4;
 
 void touch_cleanup_marker() {
   // No O_TRUNC: whatever a cleaner wrote into an existing marker stays.
-  const int fd = platform::open_protected(cleanup_marker, O_CREAT | O_RDWR,
-                                          marker_protection_class, 0666);
+  // Nothing is read or written, so a terminal or modem left at its name
+  // must neither hold the boot waiting for a carrier nor become the boot's
+  // controlling terminal.
+  const int fd = platform::open_protected(
+      cleanup_marker, O_CREAT | O_RDWR | O_NONBLOCK | O_NOCTTY,
+      marker_protection_class, 0666);
   bool touched = fd >= 0;
   if (touched) {
     struct stat status;

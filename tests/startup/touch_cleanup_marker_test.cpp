@@ -2,7 +2,11 @@
 // to one already there is seen only here.
 #include "startup/touch_cleanup_marker.h"
 
+#include <fcntl.h>      // open, O_*
+#include <stdlib.h>     // posix_openpt, grantpt, unlockpt, ptsname
+#include <sys/wait.h>   // waitpid
 #include <sys/xattr.h>  // getxattr
+#include <unistd.h>     // fork, setsid, symlink, _exit
 
 #include <gtest/gtest.h>
 
@@ -32,6 +36,27 @@ TEST(touch_cleanup_marker, keeps_what_is_there_without_a_class) {
                        "user.protection_class", nullptr, 0),
               0);
   }
+}
+
+// The boot runs as a session leader with no terminal. A terminal at the
+// marker's name is opened and closed, and does not become the boot's own.
+TEST(touch_cleanup_marker, never_takes_a_terminal_as_its_own) {
+  clear_state();
+  build_state("dir /var/db/timezone");
+  const int master = posix_openpt(O_RDWR | O_NOCTTY);
+  ASSERT_GE(master, 0);
+  ASSERT_EQ(grantpt(master) | unlockpt(master), 0);
+  ASSERT_EQ(symlink(ptsname(master), "/var/db/timezone/needs_cleanup"), 0);
+  const pid_t pid = fork();
+  if (pid == 0) {
+    setsid();
+    touch_cleanup_marker();
+    _exit(open("/dev/tty", O_RDONLY) < 0 ? 0 : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(pid, &status, 0), pid);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  close(master);
 }
 
 }  // namespace
