@@ -18,13 +18,13 @@
 #include "fs/operations.h"
 #include "startup/active_links.h"
 #include "startup/touch_cleanup_marker.h"
+#include "tzctl/complete_update.h"
 #include "tzctl/exit_status.h"
 #include "tzctl/named_entries.h"
 #include "tzctl/printable_text.h"
 #include "tzctl/safe_removal.h"
 #include "tzctl/state_lock.h"
 #include "tzctl/state_paths.h"
-#include "tzctl/timezone_state.h"
 
 namespace {
 

@@ -13,6 +13,7 @@
 #include "startup/active_links.h"
 #include "startup/consider_latest_update.h"
 #include "startup/verify_current_dataset.h"
+#include "tzctl/complete_update.h"
 #include "tzctl/timezone_state.h"
 
 namespace {
@@ -109,13 +110,13 @@ void judge_activation(forecast& boot, const mira_dataset& latest) {
   next_boot& next = boot.state.boot;
   next.pending = summary_of(latest);
   next.zoneinfo_after = latest.path + "/zoneinfo";
-  if (!is_directory(next.zoneinfo_after))
+  const missing_trees missing = missing_trees_of(latest);
+  if (missing.zoneinfo)
     next.problems.push_back(
         "tz_latest names " + latest.path +
         ", which has no zoneinfo tree; the next boot activates it and "
         "readers find no zones.");
-  const mira_icu* icu = icu_of(latest);
-  if (icu && !is_directory(icu->directory))
+  if (missing.icutz)
     next.problems.push_back(
         "tz_latest names " + latest.path +
         ", which has no icutz directory; the next boot activates it and ICU "

@@ -6,11 +6,9 @@
 #include <sys/stat.h>  // lstat, stat, S_IS*
 
 #include <fstream>
-#include <stdexcept>  // std::invalid_argument
 #include <string>
 #include <string_view>
 
-#include "dataset/mira_dataset.h"
 #include "dataset/mira_icu.h"
 #include "dataset/mira_zoneinfo.h"
 #include "fs/operations.h"
@@ -161,20 +159,4 @@ timezone_state::timezone_state() {
   judge_localtime_repair(*this);
   record = read_record();
   marker_present = fs::exists(cleanup_marker);
-}
-
-std::string why_no_boot_takes(const std::string& latest_target) {
-  try {
-    const mira_dataset system, latest(latest_target);
-    const auto* zoneinfo =
-        dynamic_cast<const mira_zoneinfo*>(latest.components.front().get());
-    if (!zoneinfo || zoneinfo->get_version().empty())
-      return "it has no zoneinfo tree";
-    if (!latest.compatible_with(system))
-      return "its ICU data is not of the system's schema";
-    if (!(latest > system)) return "it is not newer than the system data set";
-    return "";
-  } catch (const std::invalid_argument&) {  // the model has said why
-    return "it is not an update's path";
-  }
 }

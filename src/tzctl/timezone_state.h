@@ -85,8 +85,3 @@ class timezone_state {
   bool marker_present = false;
   std::vector<std::string> problems;  // sentences; empty when consistent
 };
-
-// Why no boot will take the data set a tz_latest link with this target
-// names, judged by the data set model as the boot judges it: "" when a
-// boot may take it. The model writes its own lines.
-std::string why_no_boot_takes(const std::string& latest_target);

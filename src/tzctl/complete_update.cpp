@@ -1,0 +1,48 @@
+// Tested by tests/scenarios/tzctl_clean.scn and tzctl_status.scn.
+#include "tzctl/complete_update.h"
+
+#include <sys/stat.h>  // stat, S_ISDIR
+
+#include <stdexcept>  // std::invalid_argument
+
+#include "dataset/mira_dataset.h"
+#include "dataset/mira_icu.h"
+#include "dataset/mira_zoneinfo.h"
+
+namespace {
+
+bool is_directory(const std::string& path) {
+  struct stat status;
+  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+}  // namespace
+
+missing_trees missing_trees_of(const mira_dataset& set) {
+  missing_trees missing;
+  for (const auto& component : set.components) {
+    const auto* part = component.get();
+    if (const auto* zoneinfo = dynamic_cast<const mira_zoneinfo*>(part))
+      missing.zoneinfo = !is_directory(zoneinfo->directory);
+    else if (const auto* icu = dynamic_cast<const mira_icu*>(part))
+      missing.icutz = !is_directory(icu->directory);
+  }
+  return missing;
+}
+
+std::string why_no_boot_takes(const std::string& latest_target) {
+  try {
+    const mira_dataset system, latest(latest_target);
+    // An incomplete update is activated all the same, and readers then
+    // find no data: no boot takes it as an update readers can use.
+    const missing_trees missing = missing_trees_of(latest);
+    if (missing.zoneinfo) return "it has no zoneinfo tree";
+    if (missing.icutz) return "it has no icutz directory";
+    if (!latest.compatible_with(system))
+      return "its ICU data is not of the system's schema";
+    if (!(latest > system)) return "it is not newer than the system data set";
+    return "";
+  } catch (const std::invalid_argument&) {  // the model has said why
+    return "it is not an update's path";
+  }
+}
