@@ -92,13 +92,26 @@ void judge_data_links(timezone_state& state) {
 }
 
 // Where a path under the zoneinfo link leads once the next boot has set
-// that link: the boot tests a corrected localtime target there.
+// that link: the boot tests a corrected localtime target there, and
+// readers follow a kept one there.
 std::string in_tree_after_boot(const timezone_state& state,
                                const std::string& path) {
   const std::string_view link = mira_zoneinfo::link_path;
   const std::string rest = path.substr(link.size());
   if (!rest.empty() && rest[0] != '/') return path;  // beside the link
   return state.boot.zoneinfo_after + rest;
+}
+
+// The boot keeps a link under the zoneinfo link without looking for its
+// zone, so one that resolves now may lead nowhere in the tree the boot
+// moves that link to. While it leaves the link, "does not resolve" says it.
+void judge_kept_localtime(timezone_state& state, const std::string& target) {
+  if (state.boot.zoneinfo_after == mira_zoneinfo::link_path) return;
+  const std::string after = in_tree_after_boot(state, target);
+  if (after == target || has_type(after.c_str(), S_IFREG, true)) return;
+  state.problems.push_back("The localtime link names " + target +
+                           "; the next boot keeps it, and it then leads to " +
+                           after + ", which is not a regular file.");
 }
 
 // The boot's repair of the localtime link, judged against the zoneinfo
@@ -109,7 +122,10 @@ void judge_localtime_repair(timezone_state& state) {
   const auto& target = state.links.localtime;
   localtime_decision decision = decide_localtime_link(target.value_or(""));
   if (state.non_links.localtime) decision = decide_localtime_link("");
-  if (decision.what == action::keep) return;
+  if (decision.what == action::keep) {
+    judge_kept_localtime(state, decision.target);
+    return;
+  }
   if (decision.what == action::correct &&
       !fs::exists(in_tree_after_boot(state, decision.target)))
     decision = decide_localtime_link("");
