@@ -1,4 +1,4 @@
-// Tested by tests/scenarios/migration.scn.
+// Tested by tests/scenarios/migration.scn and tzctl_status.scn.
 #include "startup/migrate_icutz_link.h"
 
 #include <err.h>  // warn
@@ -11,8 +11,12 @@ constexpr const char* legacy_link = mira_icu::legacy_link_path;
 constexpr const char* icutz_link = mira_icu::link_path;
 }  // namespace
 
+bool migrates_icutz_link() {
+  return fs::exists(legacy_link) && !fs::exists(icutz_link);
+}
+
 void migrate_icutz_link() {
-  if (fs::exists(legacy_link) && !fs::exists(icutz_link)) {
+  if (migrates_icutz_link()) {
     try {
       fs::create_symlink(fs::read_symlink(legacy_link), icutz_link);
     } catch (...) {  // the fs:: operation has written its own line

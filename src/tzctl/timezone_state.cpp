@@ -16,6 +16,7 @@
 #include "startup/repair_localtime_link.h"
 #include "startup/touch_cleanup_marker.h"
 #include "startup/write_version_diff_record.h"
+#include "tzctl/status_icutz_migration.h"
 #include "tzctl/status_next_boot.h"
 
 namespace {
@@ -165,6 +166,7 @@ std::optional<std::string> read_record() {
 timezone_state::timezone_state() {
   read_links(*this);
   forecast_next_boot(*this);
+  forecast_icutz_migration(*this);
   problems = boot.problems;
   judge_data_links(*this);
   versions_agree = halves_agree(in_use);
