@@ -19,5 +19,6 @@ missing_trees missing_trees_of(const mira_dataset& set);
 
 // Why no boot will take the data set a tz_latest link with this target
 // names, judged by the data set model as the boot judges it: "" when a
-// boot may take it and readers would find it whole.
+// boot may take it and readers would find it whole. A system data set
+// that cannot be built throws what the model throws.
 std::string why_no_boot_takes(const std::string& latest_target);
