@@ -86,10 +86,7 @@ int report(const boot_run& run, const private_view& view) {
                 "The next boot would write no line.", lines);
   print_section("The next boot would change:",
                 "The next boot would change nothing.", view_changes(view.data));
-  std::vector<std::string> outside;
-  for (const covered_directory& directory : view.outside)
-    for (std::string& line : view_changes(directory))
-      outside.push_back(std::move(line));
+  const std::vector<std::string> outside = view_changes(view.outside);
   if (!outside.empty())
     print_section("It would change outside /var/db, through a link:", "",
                   outside);

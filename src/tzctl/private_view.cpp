@@ -11,10 +11,13 @@
 #include <sys/statvfs.h>  // fstatvfs, ST_RDONLY
 #include <unistd.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
+#include "tzctl/mounts_below.h"
 #include "tzctl/outside_directories.h"
+#include "tzctl/printable_text.h"
 #include "tzctl/state_paths.h"
 
 namespace {
@@ -41,12 +44,16 @@ bool enter_user_namespace() {
          write_file("/proc/self/gid_map", "0 " + gid + " 1");
 }
 
-int check(int result) {
+// Names the directory being covered: a file system mounted below /var/db
+// may be one no overlay can be made of.
+int check_at(int result, const std::string& path) {
   if (result != -1) return result;
   const int error = errno;
-  warn("Cannot make a private view of /var/db");
+  warn("Cannot make a private view of %s", printable(path).c_str());
   throw error;
 }
+
+int check(int result) { return check_at(result, data_directory); }
 
 std::string fd_path(int fd) { return "/proc/self/fd/" + std::to_string(fd); }
 
@@ -59,17 +66,18 @@ bool is_read_only(int directory) {
 // Overlay marks in user.* extended attributes where trusted.* ones need
 // root of the first namespace; a kernel that does not know the option
 // (before 5.11) can only mount an overlay as that root anyway.
-void mount_overlay(const covered_directory& at, const std::string& layer,
-                   bool read_only) {
+void mount_overlay(const covered_directory& at, const std::string& layer) {
   const std::string layers = "lowerdir=" + fd_path(at.original) +
                              ",upperdir=" + layer + "/changed" +
                              ",workdir=" + layer + "/work";
-  const unsigned long flags = read_only ? MS_RDONLY : 0;
+  const unsigned long flags = at.read_only ? MS_RDONLY : 0;
   if (mount("mira-tzctl", at.path.c_str(), "overlay", flags,
             (layers + ",userxattr").c_str()) == 0)
     return;
-  if (errno != EINVAL) check(-1);
-  check(mount("mira-tzctl", at.path.c_str(), "overlay", flags, layers.c_str()));
+  if (errno != EINVAL) check_at(-1, at.path);
+  check_at(
+      mount("mira-tzctl", at.path.c_str(), "overlay", flags, layers.c_str()),
+      at.path);
 }
 
 // The changes go to a memory file system mounted over /var/db itself, so
@@ -80,19 +88,48 @@ int make_change_layer() {
 }
 
 // Covers `at` with an overlay whose changes go to `number` in `layers`.
-void cover(covered_directory& at, int layers, int number, bool read_only) {
+void cover(covered_directory& at, int layers, int number) {
   const std::string name = std::to_string(number);
   check(mkdirat(layers, name.c_str(), 0700));
   check(mkdirat(layers, (name + "/changed").c_str(), 0755));
   check(mkdirat(layers, (name + "/work").c_str(), 0700));
-  mount_overlay(at, fd_path(layers) + "/" + name, read_only);
+  mount_overlay(at, fd_path(layers) + "/" + name);
   at.changed = check(openat(layers, (name + "/changed").c_str(),
                             directory_flags));
-  at.seen = check(open(at.path.c_str(), directory_flags));
+  at.seen = check_at(open(at.path.c_str(), directory_flags), at.path);
 }
 
 covered_directory original(const std::string& path) {
-  return {path, check(open(path.c_str(), directory_flags)), -1, -1};
+  const int fd = check_at(open(path.c_str(), directory_flags), path);
+  return {path, fd, -1, -1, is_read_only(fd)};
+}
+
+// Each of `tops` and every file system mounted below one: an overlay's
+// lower layer holds none of them, and a boot that met one would see an
+// empty directory in its place. A directory comes before those mounted in
+// it, so that no overlay hides one made before it.
+std::vector<covered_directory> originals(const std::vector<std::string>& tops) {
+  std::vector<std::string> paths;
+  for (const std::string& top : tops) {
+    paths.push_back(top);
+    for (std::string& below : mounts_below(top))
+      paths.push_back(std::move(below));
+  }
+  std::sort(paths.begin(), paths.end());
+  paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
+  std::vector<covered_directory> found;
+  found.reserve(paths.size());
+  for (const std::string& path : paths) found.push_back(original(path));
+  return found;
+}
+
+// Anything else the boot would write in fails, with EROFS, rather than
+// reaching the machine.
+void make_the_rest_read_only() {
+  mount_attr read_only{};
+  read_only.attr_set = MOUNT_ATTR_RDONLY;
+  check(
+      mount_setattr(AT_FDCWD, "/", AT_RECURSIVE, &read_only, sizeof read_only));
 }
 
 }  // namespace
@@ -107,23 +144,14 @@ private_view enter_private_view() {
   }
   // Nothing mounted from here on may propagate to the machine's namespace.
   check(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr));
-  private_view view{original(data_directory), {}, true};
-  view.writable = !is_read_only(view.data.original);
-  std::vector<bool> outside_read_only;
-  for (const std::string& path : outside_directories()) {
-    view.outside.push_back(original(path));
-    outside_read_only.push_back(is_read_only(view.outside.back().original));
-  }
-  // Anything else the boot would write in fails here, with EROFS, rather
-  // than reaching the machine.
-  mount_attr read_only{};
-  read_only.attr_set = MOUNT_ATTR_RDONLY;
-  check(
-      mount_setattr(AT_FDCWD, "/", AT_RECURSIVE, &read_only, sizeof read_only));
+  private_view view{originals({data_directory}),
+                    originals(outside_directories()), true};
+  view.writable = !view.data.front().read_only;
+  make_the_rest_read_only();
   const int layers = make_change_layer();
-  cover(view.data, layers, 0, !view.writable);
-  for (size_t i = 0; i < view.outside.size(); ++i)
-    cover(view.outside[i], layers, i + 1, outside_read_only[i]);
+  int number = 0;
+  for (std::vector<covered_directory>* list : {&view.data, &view.outside})
+    for (covered_directory& at : *list) cover(at, layers, number++);
   (void)close(layers);
   return view;
 }

@@ -95,10 +95,12 @@ void walk(const layers& dirs, const std::string& prefix, change_list& out) {
 
 }  // namespace
 
-std::vector<std::string> view_changes(const covered_directory& directory) {
+std::vector<std::string> view_changes(
+    const std::vector<covered_directory>& directories) {
   change_list changes;
-  walk({directory.original, directory.changed, directory.seen, false},
-       directory.path, changes);
+  for (const covered_directory& directory : directories)
+    walk({directory.original, directory.changed, directory.seen, false},
+         directory.path, changes);
   std::sort(changes.begin(), changes.end());
   std::vector<std::string> lines;
   for (auto& change : changes) lines.push_back(std::move(change.second));

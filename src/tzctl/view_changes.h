@@ -11,7 +11,8 @@
 
 struct covered_directory;
 
-// "PATH: BEFORE -> AFTER" for each entry that differs, as view_entry shows
-// them ("(none)" for an absent one), every byte of a name printable; in
-// path order.
-std::vector<std::string> view_changes(const covered_directory& directory);
+// "PATH: BEFORE -> AFTER" for each entry that differs in any of the
+// directories, as view_entry shows them ("(none)" for an absent one), every
+// byte of a name printable; in path order.
+std::vector<std::string> view_changes(
+    const std::vector<covered_directory>& directories);

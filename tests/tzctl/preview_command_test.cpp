@@ -1,10 +1,10 @@
 // mira-tzctl preview where scenarios cannot show it: without root, where
-// it makes a user namespace of its own or says why it cannot; without a
-// boot tool to run, or with one that cannot run, dies or writes a line in
-// pieces; and with files too
-// large to read whole.
+// it makes a user namespace of its own or says why it cannot; with a mount
+// that a later one hides; without a boot tool to run, or with one that
+// cannot run, dies or writes a line in pieces; and with files too large to
+// read whole.
 #include <gtest/gtest.h>
-#include <sys/mount.h>  // mount
+#include <sys/mount.h>  // mount, MS_BIND
 #include <unistd.h>     // access, truncate
 
 #include <chrono>
@@ -26,6 +26,16 @@ const char state[] =
     "file /usr/share/icu/icutzformat.txt \"44l\\n\"\n"
     "link /var/db/timezone/zoneinfo -> /usr/share/zoneinfo.default\n";
 
+// What preview forecasts for `state`.
+const char localtime_forecast[] =
+    "The next boot would write:\n"
+    "mira-tzlink: localtime link invalid; resetting to America/Los_Angeles: "
+    "*\n"
+    "The next boot would change:\n"
+    "/var/db/timezone/localtime: (none) -> "
+    "link to /var/db/timezone/zoneinfo/America/Los_Angeles\n"
+    "It would exit with status 0.\n";
+
 // mira-tzctl preview run by `user_namespace`: unshare's options that make
 // its caller an ordinary user.
 tool_run preview_as(const std::vector<std::string>& user_namespace) {
@@ -45,16 +55,26 @@ TEST(preview_command, makes_its_own_user_namespace_without_root) {
   if (run.stderr_text.find("unrecognized option") != std::string::npos)
     GTEST_SKIP() << "unshare cannot map a user (util-linux before 2.38)";
   EXPECT_EQ(run.status, 0) << run.stderr_text;
-  expect_lines(
-      "The next boot would write:\n"
-      "mira-tzlink: localtime link invalid; resetting to America/Los_Angeles: "
-      "*\n"
-      "The next boot would change:\n"
-      "/var/db/timezone/localtime: (none) -> "
-      "link to /var/db/timezone/zoneinfo/America/Los_Angeles\n"
-      "It would exit with status 0.\n",
-      run.stdout_text);
+  expect_lines(localtime_forecast, run.stdout_text);
   EXPECT_EQ(read_state(), before);
+}
+
+// A file mounted below /var/db in a directory that a later mount hides,
+// holding a plain file of that name: the boot never meets the mounted one,
+// so the preview does not refuse it as a file it cannot cover.
+TEST(preview_command, passes_over_a_mount_that_a_later_one_hides) {
+  if (const std::string why = overlay_unavailable(); !why.empty())
+    GTEST_SKIP() << why;
+  const std::string record = "/var/db/timezone/TZVersionDiffRecord";
+  const std::string record_line = "file " + record + " \"\"\n";
+  build_state(state + record_line);
+  ASSERT_EQ(mount(record.c_str(), record.c_str(), nullptr, MS_BIND, nullptr),
+            0);
+  ASSERT_EQ(mount("none", "/var/db/timezone", "tmpfs", 0, nullptr), 0);
+  build_state(state + record_line);
+  const tool_run run = run_tool({MIRA_TZCTL_BINARY, "preview"});
+  EXPECT_EQ(run.status, 0) << run.stderr_text;
+  expect_lines(localtime_forecast, run.stdout_text);
 }
 
 // An unmapped user may not map itself into a namespace of its own.
