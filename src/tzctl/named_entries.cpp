@@ -1,4 +1,4 @@
-// Tested by tests/scenarios/tzctl_clean.scn.
+// Tested by tests/scenarios/tzctl_clean.scn and tzctl_preview.scn.
 #include "tzctl/named_entries.h"
 
 #include <errno.h>
@@ -25,8 +25,8 @@ std::optional<std::string> quiet_target(const stdfs::path& path) {
   }
 }
 
-// Where the system's resolution of `absolute` ends, with whatever it could
-// not resolve appended as written.
+}  // namespace
+
 stdfs::path resolved(const stdfs::path& absolute) {
   std::deque<stdfs::path> rest(absolute.begin(), absolute.end());
   stdfs::path done = "/";
@@ -53,8 +53,6 @@ stdfs::path resolved(const stdfs::path& absolute) {
   for (const stdfs::path& part : rest) done /= part;
   return done.lexically_normal();
 }
-
-}  // namespace
 
 std::optional<std::string> whole_link_target(const std::string& path) {
   std::string target(256, '\0');

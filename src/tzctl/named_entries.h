@@ -5,9 +5,16 @@
 // into, even when that stops part-way at a missing name, a loop or an
 // unreadable link. Reads links, never writes.
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
+
+// Where the system's resolution of the absolute path `absolute` ends,
+// every link on the way followed, the last one too, each relative target
+// read from its link's directory; with whatever it could not resolve (a
+// missing name, a loop, an unreadable link) appended as written.
+std::filesystem::path resolved(const std::filesystem::path& absolute);
 
 // The whole target of the link at `path`, however long; none when nothing
 // is there. Throws int errno quietly (EINVAL: not a link).

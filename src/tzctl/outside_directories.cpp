@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "startup/write_version_diff_record.h"
+#include "tzctl/named_entries.h"
 #include "tzctl/state_paths.h"
 
 namespace stdfs = std::filesystem;
@@ -29,13 +30,12 @@ bool record_may_be_written() {
   return S_ISREG(status.st_mode);
 }
 
-// Where the record's link leads, relative targets read from its directory.
+// Where the boot's open of the record lands: it follows a chain of links
+// to its end, and creates the last name when nothing is there.
 stdfs::path record_directory() {
-  std::error_code error;
   const stdfs::path record = version_diff_record;
-  const stdfs::path target = stdfs::read_symlink(record, error);
-  if (error || !record_may_be_written()) return record.parent_path();
-  return (record.parent_path() / target).parent_path();
+  if (!record_may_be_written()) return record.parent_path();
+  return resolved(record).parent_path();
 }
 
 }  // namespace

@@ -2,8 +2,8 @@
 
 // The directories outside /var/db that a boot would write in, through a
 // link that leads there: /var/db/timezone itself, or the version record,
-// which the boot opens through a link. Reads only; a path that cannot be
-// resolved leads nowhere and is left out.
+// which the boot opens through a chain of links. Reads only; a path that
+// cannot be resolved leads nowhere and is left out.
 
 #include <string>
 #include <vector>
