@@ -1,15 +1,18 @@
 // Tested by tests/scenarios/tzctl_preview.scn.
 #include "tzctl/outside_directories.h"
 
+#include <err.h>  // warnx
 #include <errno.h>
 #include <sys/stat.h>  // stat, S_ISREG
 
 #include <algorithm>
 #include <filesystem>
+#include <optional>
 #include <system_error>
 
 #include "startup/write_version_diff_record.h"
 #include "tzctl/named_entries.h"
+#include "tzctl/printable_text.h"
 #include "tzctl/state_paths.h"
 
 namespace stdfs = std::filesystem;
@@ -31,11 +34,25 @@ bool record_may_be_written() {
 }
 
 // Where the boot's open of the record lands: it follows a chain of links
-// to its end, and creates the last name when nothing is there.
-stdfs::path record_directory() {
-  const stdfs::path record = version_diff_record;
-  if (!record_may_be_written()) return record.parent_path();
-  return resolved(record).parent_path();
+// to its end, and creates the last name when nothing is there. None when
+// it would write nothing.
+std::optional<stdfs::path> record_directory() {
+  if (!record_may_be_written()) return std::nullopt;
+  return resolved(version_diff_record).parent_path();
+}
+
+// Adds the directory `written` leads to when it lies outside /var/db;
+// false when it holds /var/db, which no overlay can cover without hiding
+// it.
+bool add_outside(const stdfs::path& written, const stdfs::path& data,
+                 std::vector<std::string>& outside) {
+  std::error_code error;
+  const stdfs::path directory = stdfs::canonical(written, error);
+  if (error || is_within(directory, data)) return true;
+  if (is_within(data, directory)) return false;
+  if (std::find(outside.begin(), outside.end(), directory) == outside.end())
+    outside.push_back(directory);
+  return true;
 }
 
 }  // namespace
@@ -45,14 +62,18 @@ std::vector<std::string> outside_directories() {
   const stdfs::path data = stdfs::canonical(data_directory, error);
   if (error) return {};
   std::vector<std::string> outside;
-  for (const stdfs::path& written : {stdfs::path(timezone_directory),
-                                     record_directory()}) {
-    const stdfs::path directory = stdfs::canonical(written, error);
-    // A directory that holds /var/db cannot be covered without hiding it.
-    if (error || is_within(directory, data) || is_within(data, directory))
-      continue;
-    if (std::find(outside.begin(), outside.end(), directory) == outside.end())
-      outside.push_back(directory);
+  // A link the boot would make in a directory that holds /var/db fails in
+  // the view with a line, which the preview reports as a write it does not
+  // allow; the record is written in silence, so its failure there would
+  // go unseen.
+  (void)add_outside(timezone_directory, data, outside);
+  const std::optional<stdfs::path> record = record_directory();
+  if (record && !add_outside(*record, data, outside)) {
+    warnx(
+        "Cannot make a private view of /var/db: the version record leads to "
+        "%s, which holds it",
+        printable(record->string()).c_str());
+    throw EXDEV;
   }
   return outside;
 }
