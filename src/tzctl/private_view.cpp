@@ -2,10 +2,9 @@
 // tests/tzctl/preview_command_test.cpp.
 #include "tzctl/private_view.h"
 
-#include <err.h>  // warn
+#include <err.h>  // warn, warnx
 #include <errno.h>
 #include <fcntl.h>        // open, openat, O_*, AT_FDCWD
-#include <sched.h>        // unshare, CLONE_NEWNS, CLONE_NEWUSER
 #include <sys/mount.h>    // mount, mount_setattr, MS_*, MOUNT_ATTR_RDONLY
 #include <sys/stat.h>     // mkdirat
 #include <sys/statvfs.h>  // fstatvfs, ST_RDONLY
@@ -18,31 +17,12 @@
 #include "tzctl/mounts_below.h"
 #include "tzctl/outside_directories.h"
 #include "tzctl/printable_text.h"
+#include "tzctl/private_namespace.h"
 #include "tzctl/state_paths.h"
 
 namespace {
 
 constexpr int directory_flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
-
-bool write_file(const char* path, const std::string& text) {
-  const int fd = open(path, O_WRONLY | O_CLOEXEC);
-  if (fd == -1) return false;
-  const bool written =
-      write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
-  (void)close(fd);
-  return written;
-}
-
-// Root of a user namespace of our own, mapped to our own ids, has the
-// rights a private mount namespace and an overlay need.
-bool enter_user_namespace() {
-  const std::string uid = std::to_string(geteuid());
-  const std::string gid = std::to_string(getegid());
-  return unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0 &&
-         write_file("/proc/self/setgroups", "deny") &&
-         write_file("/proc/self/uid_map", "0 " + uid + " 1") &&
-         write_file("/proc/self/gid_map", "0 " + gid + " 1");
-}
 
 // Names the directory being covered: a file system mounted below /var/db
 // may be one no overlay can be made of.
@@ -104,16 +84,31 @@ covered_directory original(const std::string& path) {
   return {path, fd, -1, -1, is_read_only(fd)};
 }
 
+// The kernel copies the machine's mounts into a user namespace of our own
+// locked to their mount points, and makes no overlay of a directory that
+// would show what one of them hides.
+void refuse_without_root(const std::string& top,
+                         const std::vector<std::string>& below) {
+  if (below.empty()) return;
+  warnx(
+      "Cannot make a private view of %s without root: a file system is "
+      "mounted at %s",
+      printable(top).c_str(), printable(below.front()).c_str());
+  throw EPERM;
+}
+
 // Each of `tops` and every file system mounted below one: an overlay's
 // lower layer holds none of them, and a boot that met one would see an
 // empty directory in its place. A directory comes before those mounted in
 // it, so that no overlay hides one made before it.
-std::vector<covered_directory> originals(const std::vector<std::string>& tops) {
+std::vector<covered_directory> originals(const std::vector<std::string>& tops,
+                                         bool without_root) {
   std::vector<std::string> paths;
   for (const std::string& top : tops) {
+    std::vector<std::string> below = mounts_below(top);
+    if (without_root) refuse_without_root(top, below);
     paths.push_back(top);
-    for (std::string& below : mounts_below(top))
-      paths.push_back(std::move(below));
+    paths.insert(paths.end(), below.begin(), below.end());
   }
   std::sort(paths.begin(), paths.end());
   paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
@@ -135,17 +130,9 @@ void make_the_rest_read_only() {
 }  // namespace
 
 private_view enter_private_view() {
-  if (unshare(CLONE_NEWNS) != 0 && !enter_user_namespace()) {
-    const int error = errno;
-    warn(
-        "Cannot make a private view of /var/db: not root, and no user "
-        "namespace could be made");
-    throw error;
-  }
-  // Nothing mounted from here on may propagate to the machine's namespace.
-  check(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr));
-  private_view view{originals({data_directory}),
-                    originals(outside_directories()), true};
+  const bool without_root = enter_private_namespace();
+  private_view view{originals({data_directory}, without_root),
+                    originals(outside_directories(), without_root), true};
   view.writable = !view.data.front().read_only;
   make_the_rest_read_only();
   const int layers = make_change_layer();
