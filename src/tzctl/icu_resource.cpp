@@ -1,13 +1,15 @@
-// Tested by tests/scenarios/tzctl_install.scn.
+// Tested by tests/scenarios/tzctl_install.scn and tzctl_status.scn.
 #include "tzctl/icu_resource.h"
 
-#include <errno.h>
 #include <fcntl.h>     // open, O_*
-#include <sys/wait.h>  // waitpid, WIF*
+#include <limits.h>    // PIPE_BUF
+#include <stdlib.h>    // EXIT_SUCCESS
+#include <sys/wait.h>  // waitpid
 #include <unicode/ures.h>
 #include <unicode/ustring.h>  // u_UCharsToChars
 #include <unistd.h>           // fork, pipe2, dup2, _exit
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -22,7 +24,6 @@ namespace {
 constexpr std::size_t magic_at = 2, big_endian_at = 8, charset_at = 9,
                       format_at = 12, header_bytes = 16;
 constexpr unsigned char ebcdic_family = 1;
-constexpr std::size_t answer_limit = 4096;
 
 struct bundle_closer {
   void operator()(UResourceBundle* bundle) const { ures_close(bundle); }
@@ -53,38 +54,28 @@ std::string tz_version_here(const std::string& directory) {
 
 // ICU trusts the files it maps: a damaged bundle can crash its reader.
 // The version is read in a child, so that such a file reads as unreadable
-// ("") and never ends this process. The child leaves by _exit, so nothing
-// this process has buffered is written twice; its answer is cut at 4 KiB.
+// ("") and never ends this process. The child writes its answer in one
+// piece (a pipe takes PIPE_BUF bytes at once), or nothing, and leaves by
+// _exit, so nothing this process has buffered is written twice.
 std::string tz_version_in_child(const std::string& directory) {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) return {};
   const pid_t pid = fork();
   if (pid == 0) {
-    close(ends[0]);
     // What reports a crash here (a sanitizer, say) is no line of ours.
-    const int quiet = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    if (quiet >= 0) dup2(quiet, STDERR_FILENO);
-    const std::string answer =
-        tz_version_here(directory).substr(0, answer_limit);
-    _exit(write(ends[1], answer.data(), answer.size()) == ssize_t(answer.size())
-              ? 0
-              : 1);
+    dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDERR_FILENO);
+    const std::string answer = tz_version_here(directory).substr(0, PIPE_BUF);
+    [[maybe_unused]] const ssize_t sent =
+        write(ends[1], answer.data(), answer.size());
+    _exit(EXIT_SUCCESS);
   }
   close(ends[1]);
-  std::string answer;
-  char buffer[answer_limit];
-  for (ssize_t n; pid > 0 && (n = read(ends[0], buffer, sizeof buffer)) != 0;)
-    if (n > 0 && answer.size() < answer_limit)
-      answer.append(buffer, std::size_t(n));
-    else if (n < 0 && errno != EINTR)
-      break;
+  char buffer[PIPE_BUF];
+  const ssize_t length = read(ends[0], buffer, sizeof buffer);
   close(ends[0]);
-  int status = 0;
-  while (pid > 0 && waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-  }
-  return pid > 0 && WIFEXITED(status) && WEXITSTATUS(status) == 0
-             ? answer
-             : std::string();
+  // After a failed fork there is no child, and nothing was read.
+  const bool reaped = waitpid(pid, nullptr, 0) == pid;
+  return reaped ? std::string(buffer, std::max<ssize_t>(length, 0)) : "";
 }
 
 }  // namespace
