@@ -1,20 +1,16 @@
 // Tested by tests/scenarios/tzctl_clean.scn and tzctl_status.scn.
 #include "tzctl/complete_update.h"
 
-#include <sys/stat.h>  // stat, S_ISDIR
+#include <sys/stat.h>  // S_IFDIR
 
 #include <stdexcept>  // std::invalid_argument, std::out_of_range
 
 #include "dataset/mira_dataset.h"
 #include "dataset/mira_icu.h"
 #include "dataset/mira_zoneinfo.h"
+#include "tzctl/entry_type.h"
 
 namespace {
-
-bool is_directory(const std::string& path) {
-  struct stat status;
-  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
 
 // Why no boot takes `latest`, a set the boot can build; "" when one may.
 std::string why_not_taken(const mira_dataset& system,
@@ -37,9 +33,9 @@ missing_trees missing_trees_of(const mira_dataset& set) {
   for (const auto& component : set.components) {
     const auto* part = component.get();
     if (const auto* zoneinfo = dynamic_cast<const mira_zoneinfo*>(part))
-      missing.zoneinfo = !is_directory(zoneinfo->directory);
+      missing.zoneinfo = !has_type(zoneinfo->directory, S_IFDIR, true);
     else if (const auto* icu = dynamic_cast<const mira_icu*>(part))
-      missing.icutz = !is_directory(icu->directory);
+      missing.icutz = !has_type(icu->directory, S_IFDIR, true);
   }
   return missing;
 }

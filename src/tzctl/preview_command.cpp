@@ -90,7 +90,7 @@ int report(const boot_run& run, const private_view& view) {
   if (!outside.empty())
     print_section("It would change outside /var/db, through a link:", "",
                   outside);
-  if (wrote_outside(lines, view.writable)) {
+  if (wrote_outside(lines, !view.data.front().read_only)) {
     warnx(
         "The next boot would write outside /var/db, which a preview does "
         "not allow; what it would do after that is not shown");

@@ -132,8 +132,7 @@ void make_the_rest_read_only() {
 private_view enter_private_view() {
   const bool without_root = enter_private_namespace();
   private_view view{originals({data_directory}, without_root),
-                    originals(outside_directories(), without_root), true};
-  view.writable = !view.data.front().read_only;
+                    originals(outside_directories(), without_root)};
   make_the_rest_read_only();
   const int layers = make_change_layer();
   int number = 0;

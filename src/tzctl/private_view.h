@@ -27,7 +27,6 @@ struct covered_directory {
 struct private_view {
   std::vector<covered_directory> data;  // /var/db first
   std::vector<covered_directory> outside;
-  bool writable;  // false when the machine's /var/db is mounted read-only
 };
 
 private_view enter_private_view();

@@ -1,7 +1,7 @@
 // Tested by tests/scenarios/tzctl_status.scn.
 #include "tzctl/status_icutz_migration.h"
 
-#include <sys/stat.h>  // lstat, S_ISLNK
+#include <sys/stat.h>  // S_IFLNK
 
 #include <optional>
 #include <string>
@@ -9,22 +9,18 @@
 #include "dataset/mira_icu.h"
 #include "fs/operations.h"
 #include "startup/migrate_icutz_link.h"
+#include "tzctl/entry_type.h"
 #include "tzctl/timezone_state.h"
 
 namespace {
 
 constexpr const char* legacy_link = mira_icu::legacy_link_path;
 
-bool is_link(const char* path) {
-  struct stat status;
-  return lstat(path, &status) == 0 && S_ISLNK(status.st_mode);
-}
-
 // The target the moved link gets; none when the boot makes no link. Any
 // entry at the new place, a dangling link too, makes its link fail, and
 // so does a legacy entry it cannot read as a link.
 std::optional<std::string> moved_target(const timezone_state& state) {
-  if (!migrates_icutz_link() || state.links.icutz || !is_link(legacy_link))
+  if (!migrates_icutz_link() || state.links.icutz || !has_type(legacy_link, S_IFLNK, false))
     return std::nullopt;
   return fs::read_symlink(legacy_link);
 }

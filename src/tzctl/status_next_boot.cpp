@@ -1,7 +1,7 @@
 // Tested by tests/scenarios/tzctl_status.scn.
 #include "tzctl/status_next_boot.h"
 
-#include <sys/stat.h>  // stat, S_ISDIR
+#include <sys/stat.h>  // S_IFDIR
 
 #include <optional>
 #include <stdexcept>  // std::invalid_argument, std::out_of_range
@@ -14,6 +14,7 @@
 #include "startup/consider_latest_update.h"
 #include "startup/verify_current_dataset.h"
 #include "tzctl/complete_update.h"
+#include "tzctl/entry_type.h"
 #include "tzctl/timezone_state.h"
 
 namespace {
@@ -33,11 +34,6 @@ dataset_summary summary_of(const mira_dataset& set) {
 
 std::string name_of(const dataset_summary& set) {
   return set.path.empty() ? "the system data set" : set.path;
-}
-
-bool is_directory(const std::string& path) {
-  struct stat status;
-  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 // The boot and what it has decided so far, stage by stage.
@@ -66,7 +62,7 @@ std::optional<std::string> linked_path(forecast& boot) {
   if (state.non_links.zoneinfo) {
     // A directory cannot be unlinked, so the reset fails and so does the
     // last resort after it; a file is replaced.
-    if (is_directory(mira_zoneinfo::link_path)) {
+    if (has_type(mira_zoneinfo::link_path, S_IFDIR, true)) {
       boot.gave_up = true;
       boot.state.boot.problems.emplace_back(
           "zoneinfo is a directory, not a link; no boot replaces it.");

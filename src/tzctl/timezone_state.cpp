@@ -3,7 +3,7 @@
 
 #include <err.h>       // warnx
 #include <errno.h>     // EINVAL
-#include <sys/stat.h>  // lstat, stat, S_IS*
+#include <sys/stat.h>  // S_IF*
 
 #include <fstream>
 #include <string>
@@ -16,18 +16,13 @@
 #include "startup/repair_localtime_link.h"
 #include "startup/touch_cleanup_marker.h"
 #include "startup/write_version_diff_record.h"
+#include "tzctl/entry_type.h"
 #include "tzctl/status_icutz_migration.h"
 #include "tzctl/status_next_boot.h"
 
 namespace {
 
 constexpr size_t record_shown = 4096;
-
-bool has_type(const char* path, mode_t type, bool follow) {
-  struct stat status;
-  const int result = follow ? stat(path, &status) : lstat(path, &status);
-  return result == 0 && (status.st_mode & S_IFMT) == type;
-}
 
 // What stands at `path` when read_symlink found no link there.
 const char* kind_of(const char* path) {
@@ -109,7 +104,7 @@ std::string in_tree_after_boot(const timezone_state& state,
 void judge_kept_localtime(timezone_state& state, const std::string& target) {
   if (state.boot.zoneinfo_after == mira_zoneinfo::link_path) return;
   const std::string after = in_tree_after_boot(state, target);
-  if (after == target || has_type(after.c_str(), S_IFREG, true)) return;
+  if (after == target || has_type(after, S_IFREG, true)) return;
   state.problems.push_back("The localtime link names " + target +
                            "; the next boot keeps it, and it then leads to " +
                            after + ", which is not a regular file.");
