@@ -20,7 +20,8 @@ constexpr const char* legacy_link = mira_icu::legacy_link_path;
 // entry at the new place, a dangling link too, makes its link fail, and
 // so does a legacy entry it cannot read as a link.
 std::optional<std::string> moved_target(const timezone_state& state) {
-  if (!migrates_icutz_link() || state.links.icutz || !has_type(legacy_link, S_IFLNK, false))
+  if (!migrates_icutz_link() || state.links.icutz ||
+      !has_type(legacy_link, S_IFLNK, false))
     return std::nullopt;
   return fs::read_symlink(legacy_link);
 }
