@@ -42,6 +42,7 @@ struct clean_run {
   std::optional<std::string> freed;  // named whole by a tz_latest removed
   std::uintmax_t total = 0;
   bool complete = true;
+  bool drop_latest = false;  // --obsolete removes tz_latest
 };
 
 // Leftovers first: a directory set aside now may need the name a cut-short
@@ -76,7 +77,8 @@ void add_name(std::string& names, const char* name) {
 }
 
 // Says why no boot will take what tz_latest names, if none will; with
-// --obsolete, removes the link. False when it should have and could not.
+// --obsolete, marks the link to go. False when it should have and could
+// not tell.
 bool judge_latest(clean_run& run, data_link& latest) {
   if (!latest.target) return true;
   std::string why;
@@ -96,14 +98,7 @@ bool judge_latest(clean_run& run, data_link& latest) {
     std::printf("'mira-tzctl clean --obsolete' removes it and the link.\n");
     return true;
   }
-  if (run.dry_run) {
-    std::printf("The tz_latest link would go.\n");
-  } else try {
-      fs::remove(latest_link);
-      std::printf("Removed the tz_latest link.\n");
-    } catch (int) {  // fs::remove has written its line; the set stays named
-      return false;
-    }
+  run.drop_latest = true;
   // Only a set the link names as a whole goes with it. One it merely leads
   // into (tz/NAME/zoneinfo/missing) may be a sound update; it stays, under
   // the rules for any set no link names.
@@ -151,6 +146,34 @@ void weigh_entry(clean_run& run, const std::string& name) {
         path.c_str());
 }
 
+// After the set it names: were the link gone first, a clean cut short
+// would leave a set no link names, which no later clean removes without
+// the marker. A set that stays keeps its link too.
+void drop_latest(clean_run& run) {
+  if (!run.drop_latest || !run.complete) return;
+  if (run.dry_run) {
+    std::printf("The tz_latest link would go.\n");
+    return;
+  }
+  try {
+    fs::remove(latest_link);
+    std::printf("Removed the tz_latest link.\n");
+  } catch (int) {  // fs::remove has written its line
+    run.complete = false;
+  }
+}
+
+// The entries of tz/, leftovers first; false after a line when tz/ cannot
+// be listed.
+bool list_entries(const clean_run& run, std::vector<std::string>& entries) {
+  try {
+    entries = entries_in_order(run.updates);
+    return true;
+  } catch (int) {  // safe_removal has written its line
+    return false;
+  }
+}
+
 int finish(const clean_run& run) {
   if (run.dry_run) {
     std::printf("Dry run: %" PRIuMAX " bytes to reclaim; nothing changed.\n",
@@ -190,8 +213,11 @@ int clean_locked(clean_run& run) {
     if (link.target)
       for (const std::string& entry : entries_named(*link.target))
         add_name(run.named_by[entry], link.name);
-  for (const std::string& name : entries_in_order(run.updates))
+  std::vector<std::string> entries;
+  if (!list_entries(run, entries)) return exit_status::not_done;
+  for (const std::string& name : entries)
     if (!name.starts_with('.') || is_leftover(name)) weigh_entry(run, name);
+  drop_latest(run);
   return finish(run);
 }
 
@@ -213,7 +239,8 @@ int clean_command(bool dry_run, bool obsolete) {
                 {},
                 0,
                 true};
-  const auto entries = entries_in_order(run.updates);
+  std::vector<std::string> entries;
+  if (!list_entries(run, entries)) return exit_status::not_done;
   if (!run.marker && !obsolete &&
       (entries.empty() || !is_leftover(entries.front()))) {
     std::printf("No clean-up marker: nothing to clean.\n");

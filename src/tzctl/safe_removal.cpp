@@ -6,6 +6,7 @@
 #include <err.h>     // warn, warnx
 #include <errno.h>
 #include <fcntl.h>          // open, openat, O_*, AT_*
+#include <stdio.h>          // renameat2, RENAME_NOREPLACE
 #include <sys/stat.h>       // fstatat, statx
 #include <sys/sysmacros.h>  // makedev
 #include <unistd.h>         // close, unlinkat, renameat
@@ -167,7 +168,8 @@ safe_removal::safe_removal() : fd(open_updates_directory()) {
 safe_removal::~safe_removal() { close(fd); }
 
 std::vector<std::string> safe_removal::directories() const {
-  DIR* directory = fdopendir(dup(fd));
+  const int copy = dup(fd);  // so that errno says why, should dup fail
+  DIR* directory = copy < 0 ? nullptr : fdopendir(copy);
   if (directory == nullptr) {
     const int error = errno;
     warn("Cannot list %s; removing nothing", updates_directory);
@@ -214,7 +216,9 @@ bool safe_removal::remove(const std::string& name) const {
   }
   const std::string doomed = is_leftover(name) ? name : hidden_name(name);
   const std::string doomed_path = std::string(updates_directory) + "/" + doomed;
-  if (doomed != name && renameat(fd, name.c_str(), fd, doomed.c_str()) != 0) {
+  // Never over an entry of that name: a link may name even an empty one.
+  if (doomed != name &&
+      renameat2(fd, name.c_str(), fd, doomed.c_str(), RENAME_NOREPLACE) != 0) {
     warn("Could not set %s aside", printable(path).c_str());
     return false;
   }
