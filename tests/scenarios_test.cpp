@@ -7,8 +7,8 @@
 //   readonly PATH      PATH is mounted read-only while the tool runs
 //   mount PATH         a fresh tmpfs is mounted at PATH before `given`
 //                      is built, and unmounted once `then` is checked
-//   bind PATH          PATH (given) is bind-mounted on itself while the
-//                      tool runs, as a file mount made by another program
+//   bind PATH [FROM]   PATH (given) is bind-mounted on itself, or FROM on
+//                      it, while the tool runs, as another program would
 //   held PATH          the runner holds an flock on PATH (given) while
 //                      the tool runs
 //   class PATH VALUE   PATH's data-protection class afterwards, or "none"
@@ -187,9 +187,14 @@ TEST_P(scenarios, run) {
     held.push_back(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     EXPECT_EQ(flock(held.back(), LOCK_EX), 0);
   }
-  const auto binds = lines_of(s.sections["bind"]);
-  for (const auto& path : binds)
-    EXPECT_EQ(mount(path.c_str(), path.c_str(), nullptr, MS_BIND, nullptr), 0);
+  std::vector<std::string> binds;
+  for (const auto& line : lines_of(s.sections["bind"])) {
+    binds.push_back(line.substr(0, line.find(' ')));
+    const std::string from = line.substr(line.rfind(' ') + 1);
+    EXPECT_EQ(mount(from.c_str(), binds.back().c_str(), nullptr, MS_BIND,
+                    nullptr),
+              0);
+  }
   const auto readonly = lines_of(s.sections["readonly"]);
   for (const auto& path : readonly) {
     EXPECT_EQ(mount(path.c_str(), path.c_str(), nullptr, MS_BIND, nullptr), 0);

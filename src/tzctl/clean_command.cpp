@@ -3,12 +3,14 @@
 
 #include <err.h>  // warn, warnx
 #include <errno.h>
+#include <sys/stat.h>  // lstat
 
 #include <algorithm>
 #include <cinttypes>  // PRIuMAX
 #include <cstdint>
 #include <cstdio>
 #include <map>
+#include <set>
 #include <optional>
 #include <stdexcept>  // std::exception
 #include <string>
@@ -68,6 +70,25 @@ std::vector<data_link> read_data_links() {
       throw;
     }
   return links;
+}
+
+// The entries `link` names or leads into: by path, which holds even when
+// the way stops at a missing name, and by identity, which holds for a way
+// no path spells out (a bind mount of tz/, say).
+std::set<std::string> entries_reached(const data_link& link,
+                                      const std::vector<std::string>& entries) {
+  const auto named = entries_named(*link.target);
+  std::set<std::string> reached(named.begin(), named.end());
+  const auto above = directories_above(link.path);
+  for (const std::string& name : entries) {
+    struct stat status;
+    const std::string path = updates_directory + ("/" + name);
+    if (lstat(path.c_str(), &status) == 0 &&
+        std::find(above.begin(), above.end(),
+                  std::pair{status.st_dev, status.st_ino}) != above.end())
+      reached.insert(name);
+  }
+  return reached;
 }
 
 void add_name(std::string& names, const char* name) {
@@ -209,12 +230,12 @@ int clean_locked(clean_run& run) {
     return exit_status::not_done;
   }
   run.complete = judge_latest(run, links.back());
-  for (const data_link& link : links)
-    if (link.target)
-      for (const std::string& entry : entries_named(*link.target))
-        add_name(run.named_by[entry], link.name);
   std::vector<std::string> entries;
   if (!list_entries(run, entries)) return exit_status::not_done;
+  for (const data_link& link : links)
+    if (link.target)
+      for (const std::string& entry : entries_reached(link, entries))
+        add_name(run.named_by[entry], link.name);
   for (const std::string& name : entries)
     if (!name.starts_with('.') || is_leftover(name)) weigh_entry(run, name);
   drop_latest(run);

@@ -2,8 +2,9 @@
 #include "tzctl/named_entries.h"
 
 #include <errno.h>
-#include <sys/stat.h>  // lstat, S_ISLNK
-#include <unistd.h>    // readlink
+#include <fcntl.h>     // open, openat, O_*
+#include <sys/stat.h>  // lstat, fstat, S_ISLNK
+#include <unistd.h>    // close, readlink
 
 #include <deque>
 #include <filesystem>
@@ -94,4 +95,22 @@ std::optional<std::string> entry_named_whole(const std::string& target) {
   if (parts.size() != 1 || parts[0] == "." || parts[0] == "..")
     return std::nullopt;
   return parts[0];
+}
+
+std::vector<std::pair<dev_t, ino_t>> directories_above(const char* path) {
+  constexpr int flags = O_PATH | O_DIRECTORY | O_CLOEXEC;
+  std::vector<std::pair<dev_t, ino_t>> found;
+  int fd = open(path, flags);
+  while (fd >= 0) {
+    struct stat status;
+    if (fstat(fd, &status) != 0) break;
+    const std::pair here{status.st_dev, status.st_ino};
+    if (!found.empty() && found.back() == here) break;  // the root's ".."
+    found.push_back(here);
+    const int parent = openat(fd, "..", flags);
+    close(fd);
+    fd = parent;
+  }
+  if (fd >= 0) close(fd);
+  return found;
 }

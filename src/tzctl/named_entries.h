@@ -5,9 +5,12 @@
 // into, even when that stops part-way at a missing name, a loop or an
 // unreadable link. Reads links, never writes.
 
+#include <sys/types.h>  // dev_t, ino_t
+
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 // Where the system's resolution of the absolute path `absolute` ends,
@@ -28,3 +31,10 @@ std::vector<std::string> entries_named(const std::string& target);
 // "/var/db/timezone/tz/NAME/"); none when it names tz/ itself, something
 // outside, or a path inside an entry.
 std::optional<std::string> entry_named_whole(const std::string& target);
+
+// Device and inode of the directory the link at `path` leads to, as the
+// system follows it, and of each directory above it up to the root; empty
+// when it leads to no directory. The way up is taken by "..", not by name,
+// so a way in through a bind mount of tz/, or one too long to spell out,
+// still ends at the entry it passes through.
+std::vector<std::pair<dev_t, ino_t>> directories_above(const char* path);
