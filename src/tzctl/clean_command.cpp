@@ -202,7 +202,7 @@ int finish(const clean_run& run) {
     return run.complete ? exit_status::ok : exit_status::not_done;
   }
   if (!run.complete) {
-    warn("Clean-up incomplete; the clean-up marker stays");
+    warnx("Clean-up incomplete; the clean-up marker stays");
     return exit_status::not_done;
   }
   if (!run.marker) {
