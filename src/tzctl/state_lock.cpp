@@ -3,9 +3,9 @@
 
 #include <err.h>  // warn, warnx
 #include <errno.h>
-#include <fcntl.h>     // open, O_*
+#include <fcntl.h>     // open, O_*, AT_EMPTY_PATH
 #include <sys/file.h>  // flock
-#include <sys/stat.h>  // fstat, S_ISREG
+#include <sys/stat.h>  // statx, S_ISREG
 #include <unistd.h>    // getpid, pread, pwrite, ftruncate
 
 #include <algorithm>  // std::max
@@ -40,16 +40,18 @@ bool lock_waiting(int fd) {
 }
 
 // The lock file is emptied and written: were it a second name of another
-// file, or not a regular file, that would empty what it names.
+// file, a file mounted there, or not a regular file, that would empty what
+// it names.
 void refuse_unless_own_file(int fd) {
-  struct stat status;
-  if (fstat(fd, &status) != 0) {
+  struct statx status;
+  if (statx(fd, "", AT_EMPTY_PATH, STATX_TYPE | STATX_NLINK, &status) != 0) {
     const int error = errno;
     warn("Cannot examine the lock %s", state_lock_path);
     close(fd);
     throw error;
   }
-  if (!S_ISREG(status.st_mode) || status.st_nlink != 1) {
+  if (!S_ISREG(status.stx_mode) || status.stx_nlink != 1 ||
+      (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0) {
     warnx("%s is not a regular file of its own; remove it and try again",
           state_lock_path);
     close(fd);
