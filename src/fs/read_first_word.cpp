@@ -20,16 +20,6 @@ constexpr size_t chunk_size = 8192;
 // boot never sets another locale.
 bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
-// read(2), again when a signal cut it short: bytes read, 0 at the end of
-// the file, -1 on an error.
-ssize_t read_chunk(int fd, char* buffer) {
-  ssize_t length;
-  do {
-    length = read(fd, buffer, chunk_size);
-  } while (length == -1 && errno == EINTR);
-  return length;
-}
-
 // Appends the word's bytes at the front of `chunk` to `word`; true when
 // the word ended inside the chunk.
 bool take_word(std::string_view chunk, std::string& word) {
@@ -62,7 +52,7 @@ std::string read_first_word(const std::string& path, bool first_block_only) {
   if (fd == -1) return word;
   if (is_readable_kind(fd)) {
     char buffer[chunk_size];
-    for (ssize_t length; (length = read_chunk(fd, buffer)) > 0;) {
+    for (ssize_t length; (length = read(fd, buffer, chunk_size)) > 0;) {
       if (take_word(std::string_view(buffer, length), word) || first_block_only)
         break;
     }

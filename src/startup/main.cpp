@@ -36,6 +36,8 @@ int main() {
   // passed over like ENOSPC, and not end the boot before the local time
   // link is repaired.
   (void)signal(SIGXFSZ, SIG_IGN);
+  // No signal is caught, so no system call is ever cut short with EINTR:
+  // nothing here retries one.
   bool ok = run_stage(prepare_directories, prepare_failure);
   ok &= run_stage(migrate_icutz_link, prepare_failure);
   // The marker is rewritten only by a run that leaves data to clean up.

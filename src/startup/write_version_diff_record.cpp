@@ -13,7 +13,6 @@ namespace {
 void write_all(int fd, const std::string& text) {
   for (std::size_t done = 0; done < text.size();) {
     const ssize_t length = write(fd, text.data() + done, text.size() - done);
-    if (length == -1 && errno == EINTR) continue;
     if (length <= 0) return;
     done += static_cast<std::size_t>(length);
   }

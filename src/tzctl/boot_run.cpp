@@ -55,7 +55,7 @@ void take_records(int fd, std::string& buffer,
     const ssize_t n = recv(fd, buffer.data(), buffer.size(), MSG_DONTWAIT);
     if (n > 0)
       records.emplace_back(buffer.data(), static_cast<size_t>(n));
-    else if (n < 0 ? errno != EINTR : peer_closed(fd))
+    else if (n < 0 || peer_closed(fd))
       return;
   }
 }
@@ -68,7 +68,7 @@ int read_until_exit(pid_t pid, int fd, std::vector<std::string>& records) {
   for (bool open = true;;) {
     const pid_t done = waitpid(pid, &status, open ? WNOHANG : 0);
     if (done == pid) break;
-    if (done < 0 && errno != EINTR) fail_to_start(errno);
+    if (done < 0) fail_to_start(errno);
     if (!open) continue;
     pollfd ready{fd, POLLIN, 0};
     if (poll(&ready, 1, pause_ms) <= 0) continue;

@@ -20,8 +20,7 @@ constexpr char system_directories[] = ":/usr/sbin:/sbin:/usr/bin:/bin";
 
 int wait_for(pid_t child) {
   int status = 0;
-  while (waitpid(child, &status, 0) < 0)
-    if (errno != EINTR) return -1;
+  if (waitpid(child, &status, 0) < 0) return -1;
   if (WIFEXITED(status)) return WEXITSTATUS(status);
   return 128 + WTERMSIG(status);
 }

@@ -173,6 +173,8 @@ int main(int argc, char** argv) {
   // Under a file-size limit a write fails with EFBIG and gets its line,
   // instead of the signal ending the run without a word.
   signal(SIGXFSZ, SIG_IGN);
+  // No signal is caught, so no system call is ever cut short with EINTR:
+  // nothing here retries one.
   const int status = dispatch(std::span<char* const>(argv + 1, argc - 1));
   // A report that did not reach its reader is no report: a full disk or a
   // closed pipe on standard output must not pass for success.

@@ -51,14 +51,20 @@ bool is_mounted_file(int dir, const char* name, dev_t device) {
          starts_mount(status, device);
 }
 
-std::vector<std::string> names_in(DIR* directory) {
-  std::vector<std::string> names;
-  while (const dirent* entry = readdir(directory)) {
+// The names `directory` holds, sorted; false, errno set, when reading it
+// failed part-way: the names missed might be anything, a mount point too.
+bool names_in(DIR* directory, std::vector<std::string>& names) {
+  for (;;) {
+    errno = 0;
+    const dirent* entry = readdir(directory);
+    if (entry == nullptr) break;
     const std::string name = entry->d_name;
     if (name != "." && name != "..") names.push_back(name);
   }
+  const int error = errno;
   std::sort(names.begin(), names.end());
-  return names;
+  errno = error;
+  return error == 0;
 }
 
 void note(tree_walk& walk, bool failed) {
@@ -76,13 +82,16 @@ void note_unexplored(tree_walk& walk, const std::string& path) {
 // skip entries.
 void walk_tree(int fd, const std::string& path, tree_walk& walk) {
   DIR* directory = fdopendir(fd);
-  if (directory == nullptr) {
+  std::vector<std::string> names;
+  if (directory == nullptr || !names_in(directory, names)) {
     note_unexplored(walk, path);
     note(walk, true);
+  }
+  if (directory == nullptr) {
     close(fd);
     return;
   }
-  for (const std::string& name : names_in(directory)) {
+  for (const std::string& name : names) {
     struct stat status;
     const char* entry = name.c_str();
     if (fstatat(fd, entry, &status, AT_SYMLINK_NOFOLLOW) != 0) {
@@ -170,14 +179,17 @@ safe_removal::~safe_removal() { close(fd); }
 std::vector<std::string> safe_removal::directories() const {
   const int copy = dup(fd);  // so that errno says why, should dup fail
   DIR* directory = copy < 0 ? nullptr : fdopendir(copy);
-  if (directory == nullptr) {
+  if (directory != nullptr)
+    rewinddir(directory);  // the copy shares its position with fd
+  std::vector<std::string> names;
+  if (directory == nullptr || !names_in(directory, names)) {
     const int error = errno;
     warn("Cannot list %s; removing nothing", updates_directory);
+    if (directory != nullptr) closedir(directory);
     throw error;
   }
-  rewinddir(directory);  // the copy shares its position with fd
   std::vector<std::string> found;
-  for (const std::string& name : names_in(directory)) {
+  for (const std::string& name : names) {
     struct stat status;
     if (fstatat(fd, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
         S_ISDIR(status.st_mode))

@@ -27,7 +27,6 @@ constexpr mode_t directory_mode = 0755, file_mode = 0644;
 bool write_all(int fd, const char* data, ssize_t length) {
   while (length > 0) {
     const ssize_t written = write(fd, data, length);
-    if (written < 0 && errno == EINTR) continue;
     if (written <= 0) return false;
     data += written;
     length -= written;

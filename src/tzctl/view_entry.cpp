@@ -39,7 +39,6 @@ size_t read_block(int fd, char* buffer, size_t wanted,
   size_t got = 0;
   while (got < wanted) {
     const ssize_t n = read(fd, buffer + got, wanted - got);
-    if (n == -1 && errno == EINTR) continue;
     if (n == -1) fail(path);
     if (n == 0) break;
     got += n;

@@ -44,7 +44,6 @@ void write_line(const std::string& line) {
   while (done < line.size()) {
     const ssize_t n =
         write(STDERR_FILENO, line.data() + done, line.size() - done);
-    if (n < 0 && errno == EINTR) continue;
     if (n <= 0) return;  // nowhere left to say it
     done += static_cast<size_t>(n);
   }
