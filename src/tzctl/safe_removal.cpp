@@ -1,5 +1,5 @@
-// Tested by tests/scenarios/tzctl_clean.scn and the kill injection in
-// tests/crash/.
+// Tested by tests/scenarios/tzctl_clean.scn and the kill and error
+// injection of tests/crash/inject_clean.py.
 #include "tzctl/safe_removal.h"
 
 #include <dirent.h>  // fdopendir, readdir
@@ -191,8 +191,11 @@ std::vector<std::string> safe_removal::directories() const {
   std::vector<std::string> found;
   for (const std::string& name : names) {
     struct stat status;
-    if (fstatat(fd, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-        S_ISDIR(status.st_mode))
+    // One that cannot be looked at may be a directory: weighed, it is
+    // kept with a line rather than passed over in silence.
+    if (fstatat(fd, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0
+            ? S_ISDIR(status.st_mode)
+            : errno != ENOENT)
       found.push_back(name);
   }
   closedir(directory);

@@ -26,8 +26,8 @@ class safe_removal {
   safe_removal(const safe_removal&) = delete;
   safe_removal& operator=(const safe_removal&) = delete;
 
-  // The directories of tz/, hidden ones included, sorted; links and
-  // anything that cannot be looked at are not directories here.
+  // The directories of tz/, hidden ones included, sorted, and any entry
+  // that cannot be looked at; links are left out.
   std::vector<std::string> directories() const;
 
   struct usage {
