@@ -22,9 +22,14 @@ namespace {
 
 constexpr int directory_flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
+// Deeper than any path the system can spell out; below it lies what the
+// walk leaves unexplored, which keeps its stack within bounds.
+constexpr int deepest = 2048;
+
 struct tree_walk {
   dev_t device;
   bool removing;
+  int depth = 0;
   safe_removal::usage found = {};
   int error = 0;  // the first failure's errno while removing
 };
@@ -81,6 +86,13 @@ void note_unexplored(tree_walk& walk, const std::string& path) {
 // The names are read whole before any goes: removing while reading may
 // skip entries.
 void walk_tree(int fd, const std::string& path, tree_walk& walk) {
+  if (walk.depth == deepest) {
+    errno = ENAMETOOLONG;
+    note_unexplored(walk, path);
+    note(walk, true);
+    close(fd);
+    return;
+  }
   DIR* directory = fdopendir(fd);
   std::vector<std::string> names;
   if (directory == nullptr || !names_in(directory, names)) {
@@ -106,9 +118,11 @@ void walk_tree(int fd, const std::string& path, tree_walk& walk) {
         close(sub);
         continue;
       }
-      if (sub >= 0)
+      if (sub >= 0) {
+        ++walk.depth;
         walk_tree(sub, path + "/" + name, walk);
-      else
+        --walk.depth;
+      } else
         note_unexplored(walk, path + "/" + name);
       if (walk.removing) note(walk, unlinkat(fd, entry, AT_REMOVEDIR) != 0);
       continue;
