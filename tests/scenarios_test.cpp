@@ -121,14 +121,6 @@ void substitute_inputs(std::string& text) {
     text.replace(at, marker.size(), inputs);
 }
 
-std::string missing_inputs() {
-  std::ifstream missing(std::string(MIRA_TZLINK_INSTALL_INPUTS) + "/missing");
-  if (missing) return std::string(std::istreambuf_iterator<char>(missing), {});
-  if (!std::filesystem::is_directory(MIRA_TZLINK_INSTALL_INPUTS))
-    return "no install inputs: run through ctest, whose fixture builds them";
-  return {};
-}
-
 // The state, with each expected line ending in " *" matching any line
 // that begins as it does: any target, or any content of a file whose mode
 // is the usual 0644 (a line with another mode ends in the mode).

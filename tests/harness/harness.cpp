@@ -269,3 +269,11 @@ tool_run run_tool(const std::vector<std::string>& command,
   return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status),
           contents_of(out), contents_of(err)};
 }
+
+std::string missing_inputs() {
+  std::ifstream missing(std::string(MIRA_TZLINK_INSTALL_INPUTS) + "/missing");
+  if (missing) return std::string(std::istreambuf_iterator<char>(missing), {});
+  if (!std::filesystem::is_directory(MIRA_TZLINK_INSTALL_INPUTS))
+    return "no install inputs: run through ctest, whose fixture builds them";
+  return {};
+}

@@ -72,5 +72,9 @@ tool_run run_tool(const std::vector<std::string>& command = {},
 // mira-tzctl preview mounts it, or "" when one can.
 std::string overlay_unavailable();
 
+// Why the releases harness/make_install_inputs builds are not there (a
+// tool it needs is missing, say), or "" when they are.
+std::string missing_inputs();
+
 // The lines of `text` that hold more than spaces, without leading spaces.
 std::vector<std::string> lines_of(const std::string& text);

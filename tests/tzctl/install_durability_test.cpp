@@ -1,0 +1,54 @@
+// install makes each step durable before the next one names it: after a
+// power cut, tz_latest never names a set whose files were never written,
+// nor a name the directory never kept. Only a trace of its calls shows the
+// order, so the test needs strace.
+#include <unistd.h>  // access
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <regex>
+#include <string>
+
+#include "harness/harness.h"
+
+namespace {
+
+constexpr char strace[] = "/usr/bin/strace";
+constexpr char trace[] = "/var/install.trace";  // /var is the sandbox's own
+
+// In this order, other calls between them.
+const char* const steps[] = {
+    R"(syncfs\(\d+</var/db/timezone/tz/\.installing-2099a\.1\.0\.\d+>\))",
+    R"(rename\("/var/db/timezone/tz/\.installing-2099a\.1\.0\.\d+", )"
+    R"("/var/db/timezone/tz/2099a\.1\.0"\))",
+    R"(fsync\(\d+</var/db/timezone/tz>\))",
+    R"(rename\("/var/db/timezone/\.tz_latest\.installing", )"
+    R"("/var/db/timezone/tz_latest"\))",
+    R"(fsync\(\d+</var/db/timezone>\))",
+};
+
+TEST(install, syncs_each_step_before_the_next_names_it) {
+  if (access(strace, X_OK) != 0)
+    GTEST_SKIP() << "strace not found (apt-get install strace)";
+  if (const std::string why = missing_inputs(); !why.empty()) GTEST_SKIP() << why;
+  build_state(
+      "file /usr/share/zoneinfo.default/+VERSION \"2026a\\n\"\n"
+      "file /usr/share/icu/icutzformat.txt \"44l\\n\"\n");
+  const std::string inputs = MIRA_TZLINK_INSTALL_INPUTS;
+  const tool_run run = run_tool(
+      {strace, "-y", "-o", trace, "-e", "trace=syncfs,fsync,rename,symlink",
+       MIRA_TZCTL_BINARY, "install", inputs + "/tree-2099a",
+       inputs + "/icu-2099a"});
+  ASSERT_EQ(run.status, 0) << run.stderr_text;
+  std::ifstream calls(trace);
+  std::string line;
+  for (const char* step : steps) {
+    const std::regex pattern(step);
+    while (std::getline(calls, line) && !std::regex_search(line, pattern)) {
+    }
+    EXPECT_TRUE(calls) << "no " << step << " after the step before";
+  }
+}
+
+}  // namespace
