@@ -116,7 +116,8 @@ TEST(preview_command, names_the_boot_tool_it_cannot_find) {
 // A boot tool beside mira-tzctl that cannot run, or dies: the preview says
 // what failed and shows no verdict. One that writes a line in pieces, down
 // to a single byte, is shown the line whole. Below a directory removed, or
-// made anew where one was, no entry shows through.
+// made anew where one was, no entry shows through. A write outside what
+// the view covers fails, and never reaches the machine.
 struct fake_boot_case {
   const char* name;
   const char* program;  // the boot tool's content, mode 0755
@@ -145,6 +146,13 @@ const fake_boot_case fake_boot_cases[] = {
      "/var/db/timezone/old/a: file \"x\" -> (none)\n"
      "It would exit with status 0.\n",
      ""},
+    {"writes_outside",
+     "#!/bin/sh\n{ echo x >/usr/share/leak; } 2>/dev/null && echo wrote >&2 "
+     "|| echo refused >&2\n",
+     0,
+     "The next boot would write:\nrefused\n"
+     "The next boot would change nothing.\nIt would exit with status 0.\n",
+     ""},
 };
 
 TEST(preview_command, shows_what_a_boot_tool_did_or_what_failed) {
@@ -164,6 +172,7 @@ TEST(preview_command, shows_what_a_boot_tool_did_or_what_failed) {
     EXPECT_EQ(run.status, c.status);
     expect_lines(c.stderr_lines, run.stderr_text);
     expect_lines(c.stdout_lines, run.stdout_text);
+    EXPECT_FALSE(std::filesystem::exists("/usr/share/leak"));
   }
 }
 
