@@ -14,7 +14,9 @@
 # wherever the uninterrupted boot wrote one. Where the design cannot manage
 # that, the state file pins the place with a `known` line; any other
 # difference fails, and so does a pin that matches nothing.
-import os, re, shutil, signal, subprocess, sys
+import os, re, signal, subprocess, sys
+
+import sandboxed
 
 ERRORS = ("EIO", "ENOSPC", "EROFS", "EACCES")
 # Exit status 1 must come with one of these: a stage let a failure out.
@@ -80,12 +82,8 @@ def describe(name, args):
     return f"{name}({', '.join(names)})"
 
 
-# Exit status (negative: the signal) and stderr. A hang is killed, with
-# every process of its group, and ends in status 137.
 def run(argv):
-    proc = subprocess.run(["timeout", "-s", "KILL", str(TIMEOUT)] + argv,
-                          stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
-    return proc.returncode, proc.stderr.decode(errors="replace")
+    return sandboxed.run(argv, TIMEOUT)
 
 
 # What is wrong with the way a boot ended, or None.
@@ -126,11 +124,8 @@ def traced(tool, entries, inject=None):
 def main():
     if len(sys.argv) != 4 or sys.argv[1] not in ("kill", "error"):
         sys.exit("usage: python3 inject.py kill|error TOOL STATE_FILE")
-    if os.environ.get("MIRA_TZLINK_SANDBOX") != "1":
-        sys.exit("refusing to empty /var/db outside tools/sandbox --empty")
-    if not shutil.which("strace"):
-        print("skipped: strace not found (apt-get install strace)")
-        return 77
+    if (status := sandboxed.skip_reason_status()) is not None:
+        return status
     mode, tool, state = sys.argv[1:]
     entries, pins = [], set()
     for line in open(state, encoding="utf-8"):

@@ -10,7 +10,10 @@
 #   python3 inject_clean.py MIRA_TZCTL
 #
 # Runs inside `tools/sandbox --empty`, which it empties before every run.
-import os, re, shutil, subprocess, sys
+import os, re, subprocess, sys
+
+import sandboxed
+from sandboxed import write
 
 TZ = "/var/db/timezone/tz"
 MARKER = "/var/db/timezone/needs_cleanup"
@@ -49,11 +52,6 @@ def build():
     os.symlink(f"{TZ}/{IN_USE}", "/var/db/timezone/tz_latest")
 
 
-def write(path, text):
-    os.makedirs(os.path.dirname(path), exist_ok=True)
-    open(path, "w").write(text)
-
-
 def snapshot():
     entries = {}
     for top, dirs, files in os.walk("/var/db"):
@@ -65,9 +63,7 @@ def snapshot():
 
 
 def run(argv):
-    proc = subprocess.run(["timeout", "-s", "KILL", str(TIMEOUT)] + argv,
-                          stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
-    return proc.returncode, proc.stderr.decode(errors="replace")
+    return sandboxed.run(argv, TIMEOUT)
 
 
 # What is wrong with what a clean cut short left, or None. Set aside, a
@@ -101,11 +97,8 @@ def differences(reference):
 def main():
     if len(sys.argv) != 2:
         sys.exit("usage: python3 inject_clean.py MIRA_TZCTL")
-    if os.environ.get("MIRA_TZLINK_SANDBOX") != "1":
-        sys.exit("refusing to empty /var/db outside tools/sandbox --empty")
-    if not shutil.which("strace"):
-        print("skipped: strace not found (apt-get install strace)")
-        return 77
+    if (status := sandboxed.skip_reason_status()) is not None:
+        return status
     command = [sys.argv[1], "clean"]
     build()
     status, err = run(["strace", "-o", TRACE, "-y"] + command)
@@ -137,10 +130,8 @@ def main():
         if problem:
             failures.append(f"{injection} ({lines[n].strip()[:80]}): "
                             f"{problem}")
-    for failure in failures:
-        print("FAIL", failure)
-    print(f"{len(places)} injections, {len(failures)} failures")
-    return 1 if failures else 0
+    return sandboxed.report(
+        failures, f"{len(places)} injections, {len(failures)} failures")
 
 
 if __name__ == "__main__":

@@ -14,6 +14,9 @@
 # `tools/sandbox --empty`, which it empties before every run.
 import os, re, shutil, subprocess, sys
 
+import sandboxed
+from sandboxed import write
+
 OLD = "/var/db/timezone/tz/2026b.1.0"
 NEW = "/var/db/timezone/tz/2099a.1.0"
 LATEST = "/var/db/timezone/tz_latest"
@@ -46,15 +49,8 @@ def build(inputs):
                "/var/db/timezone/localtime")
 
 
-def write(path, text):
-    os.makedirs(os.path.dirname(path), exist_ok=True)
-    open(path, "w").write(text)
-
-
 def run(argv):
-    proc = subprocess.run(["timeout", "-s", "KILL", str(TIMEOUT)] + argv,
-                          stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
-    return proc.returncode, proc.stderr.decode(errors="replace")
+    return sandboxed.run(argv, TIMEOUT)
 
 
 def complete(path):
@@ -122,11 +118,8 @@ def inject_each(command, tzctl, tzlink, inputs, failures):
 def main():
     if len(sys.argv) != 4:
         sys.exit("usage: python3 inject_install.py MIRA_TZCTL MIRA_TZLINK INPUTS")
-    if os.environ.get("MIRA_TZLINK_SANDBOX") != "1":
-        sys.exit("refusing to empty /var/db outside tools/sandbox --empty")
-    if not shutil.which("strace"):
-        print("skipped: strace not found (apt-get install strace)")
-        return 77
+    if (status := sandboxed.skip_reason_status()) is not None:
+        return status
     tzctl, tzlink, inputs = sys.argv[1:]
     if os.path.exists(f"{inputs}/missing"):
         print("skipped: " + open(f"{inputs}/missing").read().strip())
@@ -135,10 +128,8 @@ def main():
     for source in ("tree-2099a", "tzdata2099a.tar.gz"):
         command = [tzctl, "install", f"{inputs}/{source}", f"{inputs}/icu-2099a"]
         kills += inject_each(command, tzctl, tzlink, inputs, failures)
-    for failure in failures:
-        print("FAIL", failure)
-    print(f"{kills} kills, {len(failures)} failures")
-    return 1 if failures else 0
+    return sandboxed.report(failures,
+                            f"{kills} kills, {len(failures)} failures")
 
 
 if __name__ == "__main__":
