@@ -3,7 +3,6 @@
 
 #include <err.h>  // warn, warnx
 #include <errno.h>
-#include <sys/stat.h>  // lstat
 
 #include <algorithm>
 #include <cinttypes>  // PRIuMAX
@@ -39,9 +38,12 @@ struct data_link {
 
 struct clean_run {
   bool dry_run, obsolete, marker;
-  const safe_removal* updates;                  // none when there is no tz/
-  std::map<std::string, std::string> named_by;  // entry: "zoneinfo and icutz"
-  std::optional<std::string> freed;  // named whole by a tz_latest removed
+  const safe_removal* updates;  // none when there is no tz/
+  std::map<std::string, std::string> named_by = {};  // "zoneinfo and icutz"
+  // Directories the links lead into or through, and which links do.
+  std::map<safe_removal::directory_id, std::string> reached_by = {};
+  std::set<safe_removal::directory_id> reached = {};
+  std::optional<std::string> freed = {};  // named whole by a tz_latest removed
   std::uintmax_t total = 0;
   bool complete = true;
   bool drop_latest = false;  // --obsolete removes tz_latest
@@ -70,25 +72,6 @@ std::vector<data_link> read_data_links() {
       throw;
     }
   return links;
-}
-
-// The entries `link` names or leads into: by path, which holds even when
-// the way stops at a missing name, and by identity, which holds for a way
-// no path spells out (a bind mount of tz/, say).
-std::set<std::string> entries_reached(const data_link& link,
-                                      const std::vector<std::string>& entries) {
-  const auto named = entries_named(*link.target);
-  std::set<std::string> reached(named.begin(), named.end());
-  const auto above = directories_above(link.path);
-  for (const std::string& name : entries) {
-    struct stat status;
-    const std::string path = updates_directory + ("/" + name);
-    if (lstat(path.c_str(), &status) == 0 &&
-        std::find(above.begin(), above.end(),
-                  std::pair{status.st_dev, status.st_ino}) != above.end())
-      reached.insert(name);
-  }
-  return reached;
 }
 
 void add_name(std::string& names, const char* name) {
@@ -128,9 +111,9 @@ bool judge_latest(clean_run& run, data_link& latest) {
   return true;
 }
 
-void remove_entry(clean_run& run, const std::string& name) {
+void remove_entry(clean_run& run, const std::string& name,
+                  const safe_removal::usage& inside) {
   const std::string path = printable(updates_directory + ("/" + name));
-  const safe_removal::usage inside = run.updates->measure(name);
   if (!inside.mount_point.empty()) {
     warnx("Keeping %s: a file system is mounted at %s", path.c_str(),
           printable(inside.mount_point).c_str());
@@ -153,13 +136,22 @@ void remove_entry(clean_run& run, const std::string& name) {
   }
 }
 
+// Which links name `name` by path, or lead into or through a directory it
+// holds, itself included, by identity; "" for none.
+std::string links_naming(const clean_run& run, const std::string& name,
+                         const safe_removal::usage& inside) {
+  if (const auto named = run.named_by.find(name); named != run.named_by.end())
+    return named->second;
+  return inside.watched ? run.reached_by.at(*inside.watched) : "";
+}
+
 void weigh_entry(clean_run& run, const std::string& name) {
   const std::string path = printable(updates_directory + ("/" + name));
-  const bool freed = run.freed == name;
-  if (const auto named = run.named_by.find(name); named != run.named_by.end())
-    std::printf("%s: kept, named by %s\n", path.c_str(), named->second.c_str());
-  else if (is_leftover(name) || run.marker || freed)
-    remove_entry(run, name);
+  const safe_removal::usage inside = run.updates->measure(name, run.reached);
+  if (const std::string links = links_naming(run, name, inside); !links.empty())
+    std::printf("%s: kept, named by %s\n", path.c_str(), links.c_str());
+  else if (is_leftover(name) || run.marker || run.freed == name)
+    remove_entry(run, name, inside);
   else
     std::printf(
         "%s: kept; no link names it, but no boot asked for a "
@@ -232,10 +224,16 @@ int clean_locked(clean_run& run) {
   run.complete = judge_latest(run, links.back());
   std::vector<std::string> entries;
   if (!list_entries(run, entries)) return exit_status::not_done;
-  for (const data_link& link : links)
-    if (link.target)
-      for (const std::string& entry : entries_reached(link, entries))
-        add_name(run.named_by[entry], link.name);
+  for (const data_link& link : links) {
+    if (!link.target) continue;
+    for (const std::string& entry : entries_named(*link.target))
+      add_name(run.named_by[entry], link.name);
+    const auto reached = directories_reached(link.path);
+    for (const auto& id : std::set(reached.begin(), reached.end())) {
+      add_name(run.reached_by[id], link.name);
+      run.reached.insert(id);
+    }
+  }
   for (const std::string& name : entries)
     if (!name.starts_with('.') || is_leftover(name)) weigh_entry(run, name);
   drop_latest(run);
@@ -252,14 +250,10 @@ int clean_command(bool dry_run, bool obsolete) {
   } catch (int error) {  // safe_removal has written its line, if any
     if (error != ENOENT) return exit_status::not_done;
   }
-  clean_run run{dry_run,
-                obsolete,
-                fs::exists(cleanup_marker),
-                updates ? &*updates : nullptr,
-                {},
-                {},
-                0,
-                true};
+  clean_run run{.dry_run = dry_run,
+                .obsolete = obsolete,
+                .marker = fs::exists(cleanup_marker),
+                .updates = updates ? &*updates : nullptr};
   std::vector<std::string> entries;
   if (!list_entries(run, entries)) return exit_status::not_done;
   if (!run.marker && !obsolete &&

@@ -28,7 +28,8 @@ std::optional<std::string> quiet_target(const stdfs::path& path) {
 
 }  // namespace
 
-stdfs::path resolved(const stdfs::path& absolute) {
+stdfs::path resolved(const stdfs::path& absolute,
+                     std::vector<identity>* passed) {
   std::deque<stdfs::path> rest(absolute.begin(), absolute.end());
   stdfs::path done = "/";
   for (int links = 0; !rest.empty();) {
@@ -48,6 +49,8 @@ stdfs::path resolved(const stdfs::path& absolute) {
       continue;
     } else {
       done = next;
+      if (passed && S_ISDIR(status.st_mode))
+        passed->emplace_back(status.st_dev, status.st_ino);
     }
     rest.pop_front();
   }
@@ -97,16 +100,17 @@ std::optional<std::string> entry_named_whole(const std::string& target) {
   return parts[0];
 }
 
-std::vector<std::pair<dev_t, ino_t>> directories_above(const char* path) {
+std::vector<identity> directories_reached(const char* path) {
+  std::vector<identity> found;
+  (void)resolved(path, &found);
   constexpr int flags = O_PATH | O_DIRECTORY | O_CLOEXEC;
-  std::vector<std::pair<dev_t, ino_t>> found;
   int fd = open(path, flags);
-  while (fd >= 0) {
+  for (identity last{}; fd >= 0;) {
     struct stat status;
     if (fstat(fd, &status) != 0) break;
-    const std::pair here{status.st_dev, status.st_ino};
-    if (!found.empty() && found.back() == here) break;  // the root's ".."
-    found.push_back(here);
+    const identity here{status.st_dev, status.st_ino};
+    if (here == last) break;  // the root's ".." is the root
+    found.push_back(last = here);
     const int parent = openat(fd, "..", flags);
     close(fd);
     fd = parent;

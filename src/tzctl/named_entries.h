@@ -13,11 +13,16 @@
 #include <utility>
 #include <vector>
 
+// A directory by device and inode: the same however a path reaches it.
+using identity = std::pair<dev_t, ino_t>;
+
 // Where the system's resolution of the absolute path `absolute` ends,
 // every link on the way followed, the last one too, each relative target
 // read from its link's directory; with whatever it could not resolve (a
-// missing name, a loop, an unreadable link) appended as written.
-std::filesystem::path resolved(const std::filesystem::path& absolute);
+// missing name, a loop, an unreadable link) appended as written. Each
+// directory it steps into is added to `passed`, when given.
+std::filesystem::path resolved(const std::filesystem::path& absolute,
+                               std::vector<identity>* passed = nullptr);
 
 // The whole target of the link at `path`, however long; none when nothing
 // is there. Throws int errno quietly (EINVAL: not a link).
@@ -32,9 +37,10 @@ std::vector<std::string> entries_named(const std::string& target);
 // outside, or a path inside an entry.
 std::optional<std::string> entry_named_whole(const std::string& target);
 
-// Device and inode of the directory the link at `path` leads to, as the
-// system follows it, and of each directory above it up to the root; empty
-// when it leads to no directory. The way up is taken by "..", not by name,
-// so a way in through a bind mount of tz/, or one too long to spell out,
-// still ends at the entry it passes through.
-std::vector<std::pair<dev_t, ino_t>> directories_above(const char* path);
+// Every directory the link at `path` leads into or through: each one its
+// resolution steps into, up to where it stops (at a missing name, say),
+// and the one the system's own resolution ends at with each above it, the
+// way up taken by "..". A set a link uses holds one of them, however the
+// link reaches it: through a bind mount of tz/ or of a directory inside a
+// set, or by a path too long to spell out.
+std::vector<identity> directories_reached(const char* path);

@@ -12,7 +12,7 @@
 #include <unistd.h>         // close, unlinkat, renameat
 
 #include <algorithm>
-#include <climits>  // NAME_MAX
+#include <climits>  // NAME_MAX, PATH_MAX
 #include <string>
 
 #include "tzctl/printable_text.h"
@@ -22,14 +22,10 @@ namespace {
 
 constexpr int directory_flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
-// Deeper than any path the system can spell out; below it lies what the
-// walk leaves unexplored, which keeps its stack within bounds.
-constexpr int deepest = 2048;
-
 struct tree_walk {
   dev_t device;
   bool removing;
-  int depth = 0;
+  const std::set<safe_removal::directory_id>* watched = nullptr;
   safe_removal::usage found = {};
   int error = 0;  // the first failure's errno while removing
 };
@@ -82,11 +78,19 @@ void note_unexplored(tree_walk& walk, const std::string& path) {
   walk.found.error = errno;
 }
 
+void note_directory(tree_walk& walk, const struct stat& status) {
+  const safe_removal::directory_id id{status.st_dev, status.st_ino};
+  if (walk.watched && !walk.found.watched && walk.watched->contains(id))
+    walk.found.watched = id;
+}
+
 // Depth first below `fd`, which it closes; `path` only names what it finds.
 // The names are read whole before any goes: removing while reading may
 // skip entries.
 void walk_tree(int fd, const std::string& path, tree_walk& walk) {
-  if (walk.depth == deepest) {
+  // Beyond what a path can spell out lies what the walk leaves unexplored:
+  // so its depth, and the memory its paths take, stay bounded.
+  if (path.size() > PATH_MAX) {
     errno = ENAMETOOLONG;
     note_unexplored(walk, path);
     note(walk, true);
@@ -107,10 +111,13 @@ void walk_tree(int fd, const std::string& path, tree_walk& walk) {
     struct stat status;
     const char* entry = name.c_str();
     if (fstatat(fd, entry, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+      // What cannot be looked at may be a directory, a mount point too.
+      if (errno != ENOENT) note_unexplored(walk, path + "/" + name);
       note(walk, walk.removing);
       continue;
     }
     if (S_ISDIR(status.st_mode)) {
+      note_directory(walk, status);
       const int sub = openat(fd, entry, directory_flags);
       if (sub >= 0 && is_mount_root(sub, walk.device)) {
         if (walk.found.mount_point.empty())
@@ -118,11 +125,9 @@ void walk_tree(int fd, const std::string& path, tree_walk& walk) {
         close(sub);
         continue;
       }
-      if (sub >= 0) {
-        ++walk.depth;
+      if (sub >= 0)
         walk_tree(sub, path + "/" + name, walk);
-        --walk.depth;
-      } else
+      else
         note_unexplored(walk, path + "/" + name);
       if (walk.removing) note(walk, unlinkat(fd, entry, AT_REMOVEDIR) != 0);
       continue;
@@ -136,6 +141,21 @@ void walk_tree(int fd, const std::string& path, tree_walk& walk) {
     if (walk.removing) note(walk, unlinkat(fd, entry, 0) != 0);
   }
   closedir(directory);
+}
+
+// Below the entry `top` opened, which it closes; not into an entry that is
+// itself a mount.
+void walk_entry(int top, const std::string& path, tree_walk& walk) {
+  struct stat status;
+  if (top < 0) {
+    note_unexplored(walk, path);
+  } else if (is_mount_root(top, walk.device)) {
+    walk.found.mount_point = path;
+    close(top);
+  } else {
+    if (fstat(top, &status) == 0) note_directory(walk, status);
+    walk_tree(top, path, walk);
+  }
 }
 
 // Each of /var/db, timezone and tz is opened without following a link,
@@ -216,18 +236,11 @@ std::vector<std::string> safe_removal::directories() const {
   return found;
 }
 
-safe_removal::usage safe_removal::measure(const std::string& name) const {
-  tree_walk walk{device, false};
-  const int top = openat(fd, name.c_str(), directory_flags);
-  const std::string path = std::string(updates_directory) + "/" + name;
-  if (top >= 0 && is_mount_root(top, device)) {
-    walk.found.mount_point = path;
-    close(top);
-  } else if (top >= 0) {
-    walk_tree(top, path, walk);
-  } else {
-    note_unexplored(walk, path);
-  }
+safe_removal::usage safe_removal::measure(
+    const std::string& name, const std::set<directory_id>& watched) const {
+  tree_walk walk{device, false, &watched};
+  walk_entry(openat(fd, name.c_str(), directory_flags),
+             std::string(updates_directory) + "/" + name, walk);
   return walk.found;
 }
 
@@ -253,7 +266,7 @@ bool safe_removal::remove(const std::string& name) const {
   }
   tree_walk walk{device, true};
   const int top = openat(fd, doomed.c_str(), directory_flags);
-  if (top >= 0) walk_tree(top, doomed_path, walk);
+  walk_entry(top, doomed_path, walk);
   // A mount that appeared since the check above is left, and so is the
   // directory that holds it: the removal is then incomplete.
   if (top >= 0 && !walk.found.mount_point.empty()) errno = EBUSY;

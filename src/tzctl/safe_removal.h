@@ -10,7 +10,10 @@
 #include <sys/types.h>  // dev_t
 
 #include <cstdint>
+#include <optional>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 // Whether `name` is what a clean or an install cut short left in tz/.
@@ -30,6 +33,8 @@ class safe_removal {
   // that cannot be looked at; links are left out.
   std::vector<std::string> directories() const;
 
+  using directory_id = std::pair<dev_t, ino_t>;  // device and inode
+
   struct usage {
     std::uintmax_t bytes = 0;  // of the regular files inside
     std::string mount_point;   // the first one found inside; "" for none
@@ -38,10 +43,15 @@ class safe_removal {
     // mount point included. "" for none; `error` is its errno.
     std::string unexplored;
     int error = 0;
+    // The first of the directories asked about found there, `name` itself
+    // included; none when none is.
+    std::optional<directory_id> watched;
   };
   // What directory `name` holds, seen without following a link or
-  // entering another file system.
-  usage measure(const std::string& name) const;
+  // entering another file system; and whether it is or holds one of the
+  // `watched` directories.
+  usage measure(const std::string& name,
+                const std::set<directory_id>& watched = {}) const;
 
   // Sets `name` aside under cleaning_prefix (a leftover, already hidden,
   // stays where it is), then deletes it. False after a line.

@@ -7,16 +7,20 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 #include "harness/harness.h"
 
 namespace {
 
-// `depth` directories one inside the next, below `top`.
-void nest(const char* top, int depth) {
+// `depth` directories named `name`, one inside the next, below `top`.
+void nest(const char* top, const std::string& name, int depth) {
   int fd = open(top, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   for (int level = 0; level < depth && fd >= 0; ++level) {
-    ASSERT_EQ(mkdirat(fd, "d", 0755), 0);
-    const int below = openat(fd, "d", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ASSERT_EQ(mkdirat(fd, name.c_str(), 0755), 0);
+    const int below =
+        openat(fd, name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     close(fd);
     fd = below;
   }
@@ -24,26 +28,39 @@ void nest(const char* top, int depth) {
   close(fd);
 }
 
-// Walked to its bottom, such a tree would take the whole stack; its depths
-// are left unexplored, and the set that holds them stays.
-TEST(clean_command, keeps_a_set_deeper_than_a_path_can_spell) {
+// A set holding `depth` directories named `name`, one inside the next,
+// cleaned: what lies deeper than a path can spell out is left unexplored,
+// the set stays, and the line that says so stays within a path's length.
+void expect_deep_set_kept(const std::string& name, int depth) {
   build_state(
       "file /var/db/timezone/tz/2019a.1.0/zoneinfo/+VERSION \"2019a\\n\"\n"
       "link /var/db/timezone/zoneinfo -> /usr/share/zoneinfo.default\n"
       "file /var/db/timezone/needs_cleanup \"\"\n");
-  nest("/var/db/timezone/tz/2019a.1.0", 25000);
+  nest("/var/db/timezone/tz/2019a.1.0", name, depth);
   // As many descriptors as may be had, as a raised limit gives: the open
   // files alone no longer end the walk.
   rlimit files;
   ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &files), 0);
-  const tool_run run = run_tool({MIRA_TZCTL_BINARY, "clean"}, "", true,
-                                {{RLIMIT_NOFILE, files.rlim_max}});
+  std::vector<resource_limit> limits = {{RLIMIT_NOFILE, files.rlim_max}};
+  if (address_limits_apply) limits.push_back({RLIMIT_AS, 64 << 20});
+  const tool_run run = run_tool({MIRA_TZCTL_BINARY, "clean"}, "", true, limits);
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.stdout_text, "");
   const std::string kept =
       "mira-tzctl: Keeping /var/db/timezone/tz/2019a.1.0: cannot look "
-      "inside /var/db/timezone/tz/2019a.1.0/d/d/d/d";
-  EXPECT_EQ(run.stderr_text.substr(0, kept.size()), kept) << run.stderr_text;
+      "inside /var/db/timezone/tz/2019a.1.0/" + name + "/";
+  EXPECT_EQ(run.stderr_text.substr(0, kept.size()), kept);
+  EXPECT_LT(run.stderr_text.size(), 4096u + 200u);
+}
+
+// Walked to its bottom, this tree would take the whole stack,
+TEST(clean_command, keeps_a_set_too_deep_for_the_stack) {
+  expect_deep_set_kept("d", 25000);
+}
+
+// and this one memory as the square of its depth.
+TEST(clean_command, keeps_a_set_of_long_names_deeper_than_a_path) {
+  expect_deep_set_kept(std::string(255, 'n'), 2100);
 }
 
 }  // namespace
