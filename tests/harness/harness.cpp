@@ -13,9 +13,9 @@
 #include <sys/prctl.h>  // prctl
 #include <sys/syscall.h>  // __NR_clone, __NR_clone3
 #include <sys/stat.h>
-#include <sys/wait.h>   // wait, WEXITSTATUS, WTERMSIG
+#include <sys/wait.h>   // waitpid, WEXITSTATUS, WTERMSIG
 #include <sys/xattr.h>  // setxattr
-#include <unistd.h>     // symlink, fork, execv
+#include <unistd.h>     // symlink, fork, execv, close_range
 
 #include <algorithm>
 #include <cstddef>  // offsetof
@@ -241,12 +241,15 @@ tool_run run_tool(const std::vector<std::string>& command,
   argv.push_back(nullptr);
   const int out = memfd_create("stdout", MFD_CLOEXEC);
   const int err = memfd_create("stderr", MFD_CLOEXEC);
-  if (fork() == 0) {
+  const pid_t child = fork();
+  if (child == 0) {
     // Standard input closed, as a boot may start it: the first file the
-    // tool opens gets descriptor 0.
+    // tool opens gets descriptor 0. Nothing else is handed down, so that a
+    // limit on descriptors counts the tool's own.
     close(0);
     dup2(stdout_path.empty() ? out : open(stdout_path.c_str(), O_WRONLY), 1);
     dup2(err, 2);
+    close_range(3, ~0U, 0);
     for (const auto& [resource, value] : limits) {
       if (resource == umask_setting) umask(mode_t(value));
       if (resource == RLIMIT_AS && !address_limits_apply) continue;
@@ -265,7 +268,7 @@ tool_run run_tool(const std::vector<std::string>& command,
     _exit(127);
   }
   int status = 0;
-  wait(&status);
+  waitpid(child, &status, 0);
   return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status),
           contents_of(out), contents_of(err)};
 }
