@@ -1,5 +1,6 @@
 // mira-tzctl clean where scenarios cannot show it: on a tree deeper than
-// any path can spell out, which no scenario line can name.
+// any path can spell out, which no scenario line can name, and against a
+// lock another process holds for a moment.
 #include <fcntl.h>         // openat, O_*
 #include <sys/file.h>      // flock
 #include <sys/resource.h>  // getrlimit
