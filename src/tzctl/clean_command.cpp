@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <map>
+#include <set>
 #include <optional>
 #include <stdexcept>  // std::exception
 #include <string>
@@ -40,7 +41,8 @@ struct clean_run {
   const safe_removal* updates;  // none when there is no tz/
   std::map<std::string, std::string> named_by = {};  // "zoneinfo and icutz"
   // Directories the links lead into or through, and which links do.
-  std::map<identity, std::string> reached_by = {};
+  std::map<safe_removal::directory_id, std::string> reached_by = {};
+  std::set<safe_removal::directory_id> reached = {};
   std::optional<std::string> freed = {};  // named whole by a tz_latest removed
   std::uintmax_t total = 0;
   bool complete = true;
@@ -145,8 +147,7 @@ std::string links_naming(const clean_run& run, const std::string& name,
 
 void weigh_entry(clean_run& run, const std::string& name) {
   const std::string path = printable(updates_directory + ("/" + name));
-  const safe_removal::usage inside = run.updates->measure(
-      name, [&](const identity& id) { return run.reached_by.contains(id); });
+  const safe_removal::usage inside = run.updates->measure(name, run.reached);
   if (const std::string links = links_naming(run, name, inside); !links.empty())
     std::printf("%s: kept, named by %s\n", path.c_str(), links.c_str());
   else if (is_leftover(name) || run.marker || run.freed == name)
@@ -227,8 +228,11 @@ int clean_locked(clean_run& run) {
     if (!link.target) continue;
     for (const std::string& entry : entries_named(*link.target))
       add_name(run.named_by[entry], link.name);
-    for (const identity& id : directories_reached(link.path))
+    const auto reached = directories_reached(link.path);
+    for (const auto& id : std::set(reached.begin(), reached.end())) {
       add_name(run.reached_by[id], link.name);
+      run.reached.insert(id);
+    }
   }
   for (const std::string& name : entries)
     if (!name.starts_with('.') || is_leftover(name)) weigh_entry(run, name);

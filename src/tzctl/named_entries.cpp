@@ -100,10 +100,9 @@ std::optional<std::string> entry_named_whole(const std::string& target) {
   return parts[0];
 }
 
-std::set<identity> directories_reached(const char* path) {
-  std::vector<identity> passed;
-  (void)resolved(path, &passed);
-  std::set<identity> found(passed.begin(), passed.end());
+std::vector<identity> directories_reached(const char* path) {
+  std::vector<identity> found;
+  (void)resolved(path, &found);
   constexpr int flags = O_PATH | O_DIRECTORY | O_CLOEXEC;
   int fd = open(path, flags);
   for (identity last{}; fd >= 0;) {
@@ -111,7 +110,7 @@ std::set<identity> directories_reached(const char* path) {
     if (fstat(fd, &status) != 0) break;
     const identity here{status.st_dev, status.st_ino};
     if (here == last) break;  // the root's ".." is the root
-    found.insert(last = here);
+    found.push_back(last = here);
     const int parent = openat(fd, "..", flags);
     close(fd);
     fd = parent;

@@ -5,13 +5,16 @@
 // into, even when that stops part-way at a missing name, a loop or an
 // unreadable link. Reads links, never writes.
 
+#include <sys/types.h>  // dev_t, ino_t
+
 #include <filesystem>
 #include <optional>
-#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "tzctl/entry_type.h"
+// A directory by device and inode: the same however a path reaches it.
+using identity = std::pair<dev_t, ino_t>;
 
 // Where the system's resolution of the absolute path `absolute` ends,
 // every link on the way followed, the last one too, each relative target
@@ -40,4 +43,4 @@ std::optional<std::string> entry_named_whole(const std::string& target);
 // way up taken by "..". A set a link uses holds one of them, however the
 // link reaches it: through a bind mount of tz/ or of a directory inside a
 // set, or by a path too long to spell out.
-std::set<identity> directories_reached(const char* path);
+std::vector<identity> directories_reached(const char* path);

@@ -25,7 +25,7 @@ constexpr int directory_flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 struct tree_walk {
   dev_t device;
   bool removing;
-  const std::function<bool(const identity&)>* watched = nullptr;
+  const std::set<safe_removal::directory_id>* watched = nullptr;
   safe_removal::usage found = {};
   int error = 0;  // the first failure's errno while removing
 };
@@ -79,13 +79,10 @@ void note_unexplored(tree_walk& walk, const std::string& path) {
 }
 
 void note_directory(tree_walk& walk, const struct stat& status) {
-  const identity id{status.st_dev, status.st_ino};
-  if (walk.watched && *walk.watched && !walk.found.watched &&
-      (*walk.watched)(id))
+  const safe_removal::directory_id id{status.st_dev, status.st_ino};
+  if (walk.watched && !walk.found.watched && walk.watched->contains(id))
     walk.found.watched = id;
 }
-
-bool walk_entry(int fd, const std::string& path, tree_walk& walk);
 
 // Depth first below `fd`, which it closes; `path` only names what it finds.
 // The names are read whole before any goes: removing while reading may
@@ -120,10 +117,19 @@ void walk_tree(int fd, const std::string& path, tree_walk& walk) {
       continue;
     }
     if (S_ISDIR(status.st_mode)) {
-      if (walk_entry(openat(fd, entry, directory_flags), path + "/" + name,
-                     walk) &&
-          walk.removing)
-        note(walk, unlinkat(fd, entry, AT_REMOVEDIR) != 0);
+      note_directory(walk, status);
+      const int sub = openat(fd, entry, directory_flags);
+      if (sub >= 0 && is_mount_root(sub, walk.device)) {
+        if (walk.found.mount_point.empty())
+          walk.found.mount_point = path + "/" + name;
+        close(sub);
+        continue;
+      }
+      if (sub >= 0)
+        walk_tree(sub, path + "/" + name, walk);
+      else
+        note_unexplored(walk, path + "/" + name);
+      if (walk.removing) note(walk, unlinkat(fd, entry, AT_REMOVEDIR) != 0);
       continue;
     }
     if (is_mounted_file(fd, entry, walk.device)) {
@@ -137,22 +143,19 @@ void walk_tree(int fd, const std::string& path, tree_walk& walk) {
   closedir(directory);
 }
 
-// Below the directory `fd` (-1: it could not be opened), which it closes;
-// not into one that is itself a mount. False for a mount, which stays.
-bool walk_entry(int fd, const std::string& path, tree_walk& walk) {
-  if (fd >= 0 && is_mount_root(fd, walk.device)) {
-    if (walk.found.mount_point.empty()) walk.found.mount_point = path;
-    close(fd);
-    return false;
-  }
+// Below the entry `top` opened, which it closes; not into an entry that is
+// itself a mount.
+void walk_entry(int top, const std::string& path, tree_walk& walk) {
   struct stat status;
-  if (fd < 0) {
+  if (top < 0) {
     note_unexplored(walk, path);
+  } else if (is_mount_root(top, walk.device)) {
+    walk.found.mount_point = path;
+    close(top);
   } else {
-    if (fstat(fd, &status) == 0) note_directory(walk, status);
-    walk_tree(fd, path, walk);
+    if (fstat(top, &status) == 0) note_directory(walk, status);
+    walk_tree(top, path, walk);
   }
-  return true;
 }
 
 // Each of /var/db, timezone and tz is opened without following a link,
@@ -234,11 +237,10 @@ std::vector<std::string> safe_removal::directories() const {
 }
 
 safe_removal::usage safe_removal::measure(
-    const std::string& name,
-    const std::function<bool(const identity&)>& watched) const {
+    const std::string& name, const std::set<directory_id>& watched) const {
   tree_walk walk{device, false, &watched};
-  (void)walk_entry(openat(fd, name.c_str(), directory_flags),
-                   std::string(updates_directory) + "/" + name, walk);
+  walk_entry(openat(fd, name.c_str(), directory_flags),
+             std::string(updates_directory) + "/" + name, walk);
   return walk.found;
 }
 
@@ -264,7 +266,7 @@ bool safe_removal::remove(const std::string& name) const {
   }
   tree_walk walk{device, true};
   const int top = openat(fd, doomed.c_str(), directory_flags);
-  (void)walk_entry(top, doomed_path, walk);
+  walk_entry(top, doomed_path, walk);
   // A mount that appeared since the check above is left, and so is the
   // directory that holds it: the removal is then incomplete.
   if (top >= 0 && !walk.found.mount_point.empty()) errno = EBUSY;

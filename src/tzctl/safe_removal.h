@@ -10,12 +10,11 @@
 #include <sys/types.h>  // dev_t
 
 #include <cstdint>
-#include <functional>
 #include <optional>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
-
-#include "tzctl/entry_type.h"
 
 // Whether `name` is what a clean or an install cut short left in tz/.
 bool is_leftover(const std::string& name);
@@ -34,6 +33,8 @@ class safe_removal {
   // that cannot be looked at; links are left out.
   std::vector<std::string> directories() const;
 
+  using directory_id = std::pair<dev_t, ino_t>;  // device and inode
+
   struct usage {
     std::uintmax_t bytes = 0;  // of the regular files inside
     std::string mount_point;   // the first one found inside; "" for none
@@ -42,15 +43,15 @@ class safe_removal {
     // mount point included. "" for none; `error` is its errno.
     std::string unexplored;
     int error = 0;
-    // The first directory there, `name` itself included, that `watched`
-    // picks out; none when it picks none.
-    std::optional<identity> watched;
+    // The first of the directories asked about found there, `name` itself
+    // included; none when none is.
+    std::optional<directory_id> watched;
   };
   // What directory `name` holds, seen without following a link or
-  // entering another file system; and whether it is or holds a directory
-  // `watched` picks out, when given.
+  // entering another file system; and whether it is or holds one of the
+  // `watched` directories.
   usage measure(const std::string& name,
-                const std::function<bool(const identity&)>& watched = {}) const;
+                const std::set<directory_id>& watched = {}) const;
 
   // Sets `name` aside under cleaning_prefix (a leftover, already hidden,
   // stays where it is), then deletes it. False after a line.
